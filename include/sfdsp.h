@@ -1,0 +1,62 @@
+// SFDSP: static pixel routines of klav.
+//
+// Contract: every routine works on caller-owned, tightly packed buffers
+// (4 bytes a pixel R, G, B, A, or 1 byte a pixel), in place unless it takes
+// a destination. Blurs clamp at the image edges (the nearest edge pixel
+// repeats). Scratch memory lives for one call only; nothing is kept between
+// calls and no returned pointer outlives a call. Routines are reentrant; the
+// threaded forms start their own threads and join them before returning.
+// Bad sizes (null buffer, width or height below 1) return at once without
+// touching the image; an impossible buffer size throws std::bad_alloc.
+#ifndef KLAV_SFDSP_H
+#define KLAV_SFDSP_H
+
+#include "klav_export.h"
+#include "klavtypes.h"
+
+namespace klav {
+
+class KLAV_API SFDSP {
+public:
+    // ---- stack blur family: triangular kernel, radius r reaches r pixels
+    // to each side, rows then columns with truncation between the passes.
+    // Four-channel forms blur bytes 0..2 and never write byte 3.
+
+    // One channel, split into two row bands when threadCount >= 2.
+    static void BlurOneChannelOptimized(unsigned char *image, int width, int height, int radius,
+                                        int threadCount);
+    // Four channels, threadCount row bands then threadCount column bands.
+    static void stackBlurOptimizedThreadN(unsigned char *image, int width, int height, int radius,
+                                          int threadCount);
+    // One channel with GetCPUCount() threads.
+    static void BlurOneChannel(unsigned char *image, int width, int height, int radius);
+    // Four channels with GetCPUCount() threads.
+    static void stackBlur(unsigned char *image, int width, int height, int radius);
+    // One channel on the calling thread; radius lowered to min(w, h) / 2.
+    static void stackBlurOneChannel(unsigned char *image, int width, int height, int radius);
+    // Four channels on the calling thread; radius lowered to min(w, h) / 2.
+    static void BlurFourChannle(unsigned char *image, int width, int height, int radius);
+    // Four channels: bytes 0..2 become clamp(src - blur + 128).
+    static void stackBlurAndHighPass(unsigned char *image, int width, int height, int radius);
+    // 3x3 median of a one-channel image; the four corners stay.
+    static void MidBlur(unsigned char *image, int width, int height);
+    // Thread budget of the filters: half the logical processors, 1 to 4.
+    static int GetCPUCount();
+
+    // ---- resampling. The caller allocates dst; src is not written.
+    // channels is 1 or 4. Returns true whatever the scaler answered.
+    static bool BilinearReSample(unsigned char *src, int srcWidth, int srcHeight, unsigned char *dst,
+                                 int dstWidth, int dstHeight, int channels, eScaleMode mode);
+    // Mode 1 when enlarging (fewer source pixels), mode 2 otherwise.
+    static bool BilinearReSample(unsigned char *src, int srcWidth, int srcHeight, unsigned char *dst,
+                                 int dstWidth, int dstHeight, int channels);
+    // Plain bilinear resamplers (the scaler's mode 0). False on bad arguments.
+    static bool BilinearReSampleORIG(unsigned char *src, int srcWidth, int srcHeight,
+                                     unsigned char *dst, int dstWidth, int dstHeight, int channels);
+    static bool imresize(unsigned char *src, int srcWidth, int srcHeight, unsigned char *dst,
+                         int dstWidth, int dstHeight, int channels);
+};
+
+}  // namespace klav
+
+#endif
