@@ -37,6 +37,14 @@ T *NewArray(std::initializer_list<long long> counts) {
     return new T[n];
 }
 
+// The same with every element value-initialised (zero for numbers).
+template <class T>
+T *NewZeroArray(std::initializer_list<long long> counts) {
+    size_t n = CheckedSize(counts);
+    if (n > SIZE_MAX / sizeof(T)) throw std::bad_alloc();
+    return new T[n]();
+}
+
 // Argument checks used at the head of public entries.
 inline bool ValidImage(const void *data, int width, int height) {
     return data != nullptr && width > 0 && height > 0;
