@@ -45,6 +45,15 @@ T *NewZeroArray(std::initializer_list<long long> counts) {
     return new T[n]();
 }
 
+// Float to int by truncation toward zero, saturating at the int range; NaN
+// gives 0. Used wherever a coordinate from the host becomes an index.
+inline int SaturateToInt(float v) {
+    if (!(v == v)) return 0;
+    if (v >= 2147483520.0f) return 2147483647;
+    if (v <= -2147483648.0f) return -2147483647 - 1;
+    return static_cast<int>(v);
+}
+
 // Argument checks used at the head of public entries.
 inline bool ValidImage(const void *data, int width, int height) {
     return data != nullptr && width > 0 && height > 0;
