@@ -55,6 +55,18 @@ public:
                                      unsigned char *dst, int dstWidth, int dstHeight, int channels);
     static bool imresize(unsigned char *src, int srcWidth, int srcHeight, unsigned char *dst,
                          int dstWidth, int dstHeight, int channels);
+
+    // ---- colour-space conversions (HLS, HSL, HSB, Lab)
+    // @colour-members
+
+    // ---- selective colour
+    // @selective-members
+
+    // ---- curves, tone routines and mask files
+    // @tone-members
+
+    // ---- 3D lookup tables
+    // @lut-members
 };
 
 }  // namespace klav

@@ -1,0 +1,294 @@
+// SFDSP: the stack blur family, its thread splits, the median and the
+// thread budget of the filters.
+#include "sfdsp.h"
+
+#include "blur_internal.h"
+#include "common.h"
+
+#include <algorithm>
+#include <cstring>
+#include <unistd.h>
+
+namespace klav {
+
+namespace detail {
+
+int CpuBudgetFor(int logicalProcessors) {
+    if (logicalProcessors <= 0) return 1;
+    int half = logicalProcessors / 2;
+    if (half >= 4) return 4;
+    if (half < 2) return 1;
+    return half;
+}
+
+int BlurRadius(int radius) {
+    if (radius < 0) return -1;
+    return radius > kMaxBlurRadius ? kMaxBlurRadius : radius;
+}
+
+BlurTables::BlurTables(int r) : radius(r), divisor((r + 1) * (r + 1)) {
+    // The division table has 256 runs of (r + 1)^2 equal bytes; above 4 MiB
+    // the quotient is computed instead, with the same values.
+    const size_t entries = CheckedSize({256, divisor});
+    if (entries <= (size_t(4) << 20)) {
+        div.resize(entries);
+        for (int v = 0; v < 256; ++v)
+            std::memset(div.data() + static_cast<size_t>(v) * divisor, v, static_cast<size_t>(divisor));
+    }
+    const int ringSize = 2 * r + 1;
+    successor.resize(static_cast<size_t>(ringSize));
+    for (int i = 0; i < ringSize; ++i) successor[i] = (i + r + 1) % ringSize;
+}
+
+namespace {
+
+// One line of the stack blur. `src` and `dst` step by srcStep and dstStep
+// bytes from pixel to pixel; C is the number of summed bytes (1, or 3 of a
+// four-byte pixel). The ring holds 2r + 1 pixels of C bytes.
+template <int C, BlurStore Store>
+void BlurLine(const unsigned char *src, ptrdiff_t srcStep, unsigned char *dst, ptrdiff_t dstStep, int n,
+              const BlurTables &t, const int *far, unsigned char *ring) {
+    const int r = t.radius;
+    const int ringSize = 2 * r + 1;
+    int sum[C], outSum[C], inSum[C];
+    for (int c = 0; c < C; ++c) {
+        const int p0 = src[c];
+        sum[c] = p0 * (r + 1) * (r + 2) / 2;
+        outSum[c] = p0 * (r + 1);
+        inSum[c] = 0;
+        for (int i = 0; i <= r; ++i) ring[i * C + c] = static_cast<unsigned char>(p0);
+    }
+    for (int i = 1; i <= r; ++i) {
+        const unsigned char *p = src + static_cast<ptrdiff_t>(std::min(i, n - 1)) * srcStep;
+        for (int c = 0; c < C; ++c) {
+            ring[(r + i) * C + c] = p[c];
+            inSum[c] += p[c];
+            sum[c] += p[c] * (r + 1 - i);
+        }
+    }
+    int sp = r;
+    const int *succ = t.successor.data();
+    for (int x = 0; x < n; ++x) {
+        unsigned char *out = dst + static_cast<ptrdiff_t>(x) * dstStep;
+        const int start = succ[sp];
+        const unsigned char *in = src + static_cast<ptrdiff_t>(far[x]) * srcStep;
+        for (int c = 0; c < C; ++c) {
+            const unsigned char blurred = t.Divide(sum[c]);
+            if (Store == BlurStore::Plain) {
+                out[c] = blurred;
+            } else {
+                const int v = out[c] - blurred + 128;
+                out[c] = static_cast<unsigned char>(v < 0 ? 0 : (v > 255 ? 255 : v));
+            }
+            sum[c] -= outSum[c];
+            outSum[c] -= ring[start * C + c];
+            ring[start * C + c] = in[c];
+            inSum[c] += in[c];
+            sum[c] += inSum[c];
+        }
+        sp = sp + 1 == ringSize ? 0 : sp + 1;
+        for (int c = 0; c < C; ++c) {
+            outSum[c] += ring[sp * C + c];
+            inSum[c] -= ring[sp * C + c];
+        }
+    }
+}
+
+std::vector<int> FarIndex(int n, int r) {
+    std::vector<int> far(static_cast<size_t>(n));
+    for (int x = 0; x < n; ++x) far[x] = static_cast<int>(std::min<long long>(static_cast<long long>(x) + r + 1, n - 1));
+    return far;
+}
+
+}  // namespace
+
+void BlurRows(const unsigned char *src, unsigned char *dst, int width, int row0, int row1, int pixelBytes,
+              const BlurTables &t, unsigned char *ring) {
+    if (row1 <= row0) return;
+    std::vector<int> far = FarIndex(width, t.radius);
+    const size_t rowBytes = static_cast<size_t>(width) * pixelBytes;
+    for (int y = row0; y < row1; ++y) {
+        const unsigned char *s = src + y * rowBytes;
+        unsigned char *d = dst + y * rowBytes;
+        if (pixelBytes == 1)
+            BlurLine<1, BlurStore::Plain>(s, 1, d, 1, width, t, far.data(), ring);
+        else
+            BlurLine<3, BlurStore::Plain>(s, 4, d, 4, width, t, far.data(), ring);
+    }
+}
+
+void BlurColumns(const unsigned char *src, unsigned char *dst, int width, int height, int col0, int col1,
+                 int pixelBytes, const BlurTables &t, unsigned char *ring, BlurStore store) {
+    if (col1 <= col0) return;
+    std::vector<int> far = FarIndex(height, t.radius);
+    const ptrdiff_t step = static_cast<ptrdiff_t>(width) * pixelBytes;
+    for (int x = col0; x < col1; ++x) {
+        const unsigned char *s = src + static_cast<size_t>(x) * pixelBytes;
+        unsigned char *d = dst + static_cast<size_t>(x) * pixelBytes;
+        if (pixelBytes == 1) {
+            if (store == BlurStore::Plain)
+                BlurLine<1, BlurStore::Plain>(s, step, d, step, height, t, far.data(), ring);
+            else
+                BlurLine<1, BlurStore::HighPass>(s, step, d, step, height, t, far.data(), ring);
+        } else {
+            if (store == BlurStore::Plain)
+                BlurLine<3, BlurStore::Plain>(s, step, d, step, height, t, far.data(), ring);
+            else
+                BlurLine<3, BlurStore::HighPass>(s, step, d, step, height, t, far.data(), ring);
+        }
+    }
+}
+
+void BlurImage(unsigned char *image, int width, int height, int radius, int pixelBytes, BlurStore store) {
+    if (!ValidImage(image, width, height) || radius < 0) return;
+    BlurTables t(radius);
+    std::vector<unsigned char> scratch(CheckedSize({width, height, pixelBytes}));
+    std::vector<unsigned char> ring(CheckedSize({2LL * radius + 1, 3}));
+    BlurRows(image, scratch.data(), width, 0, height, pixelBytes, t, ring.data());
+    BlurColumns(scratch.data(), image, width, height, 0, width, pixelBytes, t, ring.data(), store);
+}
+
+}  // namespace detail
+
+namespace {
+// Thread counts: below 1 means 1, and more than 64 bands add nothing.
+int Bands(int threadCount) { return threadCount < 1 ? 1 : (threadCount > 64 ? 64 : threadCount); }
+}  // namespace
+
+int SFDSP::GetCPUCount() {
+    long online = sysconf(_SC_NPROCESSORS_ONLN);
+    return detail::CpuBudgetFor(online > 0 ? static_cast<int>(online) : 0);
+}
+
+void SFDSP::BlurOneChannelOptimized(unsigned char *image, int width, int height, int radius, int threadCount) {
+    const int r = detail::BlurRadius(radius);
+    if (!detail::ValidImage(image, width, height) || r < 0) return;
+    if (4LL * r >= height || threadCount < 2 || height < 50) {
+        detail::BlurImage(image, width, height, r, 1, detail::BlurStore::Plain);
+        return;
+    }
+    // Two bands whatever the thread count. The top band blurs a private copy
+    // of rows 0 .. half + r + 1, the bottom band the image from row
+    // half - r - 2 down; the overlap keeps each band's clamped cut edge out
+    // of the rows it keeps, so the result equals the one-band run.
+    const int half = height / 2;
+    const int topRows = half + r + 2;
+    const int bottomStart = half - r - 2;
+    const size_t rowBytes = static_cast<size_t>(width);
+    std::vector<unsigned char> top(image, image + detail::CheckedSize({topRows, width}));
+    detail::ForkJoin(2, [&](int band) {
+        if (band == 0)
+            detail::BlurImage(top.data(), width, topRows, r, 1, detail::BlurStore::Plain);
+        else
+            detail::BlurImage(image + bottomStart * rowBytes, width, height - bottomStart, r, 1,
+                              detail::BlurStore::Plain);
+    });
+    std::memcpy(image, top.data(), static_cast<size_t>(half) * rowBytes);
+}
+
+void SFDSP::stackBlurOptimizedThreadN(unsigned char *image, int width, int height, int radius, int threadCount) {
+    const int r = detail::BlurRadius(radius);
+    if (!detail::ValidImage(image, width, height) || r < 0) return;
+    const int T = Bands(threadCount);
+    if (height <= 50 || T < 2) {
+        detail::BlurImage(image, width, height, r, 4, detail::BlurStore::Plain);
+        return;
+    }
+    detail::BlurTables t(r);
+    std::vector<unsigned char> scratch(detail::CheckedSize({width, height, 4}));
+    // One ring buffer of T slices, slice i for band i.
+    const size_t slice = detail::CheckedSize({2LL * r + 1, 3});
+    std::vector<unsigned char> rings(detail::CheckedSize({T, static_cast<long long>(slice)}));
+    const int rowsPerBand = height / T, colsPerBand = width / T;
+    detail::ForkJoin(T, [&](int band) {
+        const int y0 = band * rowsPerBand, y1 = band == T - 1 ? height : (band + 1) * rowsPerBand;
+        detail::BlurRows(image, scratch.data(), width, y0, y1, 4, t, rings.data() + band * slice);
+    });
+    detail::ForkJoin(T, [&](int band) {
+        const int x0 = band * colsPerBand, x1 = band == T - 1 ? width : (band + 1) * colsPerBand;
+        detail::BlurColumns(scratch.data(), image, width, height, x0, x1, 4, t, rings.data() + band * slice,
+                            detail::BlurStore::Plain);
+    });
+}
+
+void SFDSP::BlurOneChannel(unsigned char *image, int width, int height, int radius) {
+    BlurOneChannelOptimized(image, width, height, radius, GetCPUCount());
+}
+
+void SFDSP::stackBlur(unsigned char *image, int width, int height, int radius) {
+    stackBlurOptimizedThreadN(image, width, height, radius, GetCPUCount());
+}
+
+namespace {
+// The clamping members lower the radius to half the shorter side.
+int ClampedRadius(int radius, int width, int height) {
+    return std::min(radius, std::min(width, height) / 2);
+}
+}  // namespace
+
+void SFDSP::stackBlurOneChannel(unsigned char *image, int width, int height, int radius) {
+    if (!detail::ValidImage(image, width, height)) return;
+    const int r = ClampedRadius(radius, width, height);
+    if (r <= 0) return;
+    detail::BlurImage(image, width, height, detail::BlurRadius(r), 1, detail::BlurStore::Plain);
+}
+
+void SFDSP::BlurFourChannle(unsigned char *image, int width, int height, int radius) {
+    if (!detail::ValidImage(image, width, height)) return;
+    const int r = ClampedRadius(radius, width, height);
+    if (r <= 0) return;
+    detail::BlurImage(image, width, height, detail::BlurRadius(r), 4, detail::BlurStore::Plain);
+}
+
+void SFDSP::stackBlurAndHighPass(unsigned char *image, int width, int height, int radius) {
+    if (radius < 1) return;
+    detail::BlurImage(image, width, height, detail::BlurRadius(radius), 4, detail::BlurStore::HighPass);
+}
+
+void SFDSP::MidBlur(unsigned char *image, int width, int height) {
+    if (!detail::ValidImage(image, width, height)) return;
+    const std::vector<unsigned char> src(image, image + detail::CheckedSize({width, height}));
+    auto at = [&](int x, int y) { return src[static_cast<size_t>(y) * width + x]; };
+    auto put = [&](int x, int y, unsigned char v) { image[static_cast<size_t>(y) * width + x] = v; };
+    // Insertion sort of a small window; the middle element is the median.
+    auto median = [](unsigned char *v, int n) {
+        for (int i = 1; i < n; ++i) {
+            unsigned char key = v[i];
+            int j = i - 1;
+            while (j >= 0 && v[j] > key) {
+                v[j + 1] = v[j];
+                --j;
+            }
+            v[j + 1] = key;
+        }
+        return v[n / 2];
+    };
+    for (int y = 1; y + 1 < height; ++y)
+        for (int x = 1; x + 1 < width; ++x) {
+            unsigned char w9[9];
+            int k = 0;
+            for (int dy = -1; dy <= 1; ++dy)
+                for (int dx = -1; dx <= 1; ++dx) w9[k++] = at(x + dx, y + dy);
+            put(x, y, median(w9, 9));
+        }
+    for (int x = 1; x + 1 < width; ++x) {
+        unsigned char t3[3] = {at(x - 1, 0), at(x, 0), at(x + 1, 0)};
+        put(x, 0, median(t3, 3));
+        if (height > 1) {
+            unsigned char b3[3] = {at(x - 1, height - 1), at(x, height - 1), at(x + 1, height - 1)};
+            put(x, height - 1, median(b3, 3));
+        }
+    }
+    for (int y = 1; y + 1 < height; ++y) {
+        unsigned char l3[3] = {at(0, y - 1), at(0, y), at(0, y + 1)};
+        put(0, y, median(l3, 3));
+        // The right column's first tap sits one column to the left of the
+        // other two. A one-pixel-wide image has no such column.
+        if (width >= 2) {
+            unsigned char r3[3] = {at(width - 2, y - 1), at(width - 1, y), at(width - 1, y + 1)};
+            put(width - 1, y, median(r3, 3));
+        }
+    }
+}
+
+}  // namespace klav
