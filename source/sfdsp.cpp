@@ -4,6 +4,7 @@
 
 #include "blur_internal.h"
 #include "common.h"
+#include "psimagescale.h"
 
 #include <algorithm>
 #include <cstring>
@@ -289,6 +290,38 @@ void SFDSP::MidBlur(unsigned char *image, int width, int height) {
             put(width - 1, y, median(r3, 3));
         }
     }
+}
+
+}  // namespace klav
+
+// ---- resampling entries
+
+namespace klav {
+
+bool SFDSP::BilinearReSample(unsigned char *src, int srcWidth, int srcHeight, unsigned char *dst, int dstWidth,
+                             int dstHeight, int channels, eScaleMode mode) {
+    PsImageScale scaler;
+    scaler.Run(src, srcWidth, srcHeight, dst, dstWidth, dstHeight, channels, mode);
+    return true;
+}
+
+bool SFDSP::BilinearReSample(unsigned char *src, int srcWidth, int srcHeight, unsigned char *dst, int dstWidth,
+                             int dstHeight, int channels) {
+    // Enlarging (fewer source pixels) takes the soft kernel, reducing the other.
+    const bool enlarging = static_cast<long long>(srcWidth) * srcHeight < static_cast<long long>(dstWidth) * dstHeight;
+    return BilinearReSample(src, srcWidth, srcHeight, dst, dstWidth, dstHeight, channels,
+                            enlarging ? KV_SCALE_CUBIC_SOFT : KV_SCALE_CUBIC);
+}
+
+// The plain float resamplers are served by the scaler's bilinear mode.
+bool SFDSP::BilinearReSampleORIG(unsigned char *src, int srcWidth, int srcHeight, unsigned char *dst, int dstWidth,
+                                 int dstHeight, int channels) {
+    return PsImageScale().Run(src, srcWidth, srcHeight, dst, dstWidth, dstHeight, channels, KV_SCALE_BILINEAR);
+}
+
+bool SFDSP::imresize(unsigned char *src, int srcWidth, int srcHeight, unsigned char *dst, int dstWidth, int dstHeight,
+                     int channels) {
+    return BilinearReSampleORIG(src, srcWidth, srcHeight, dst, dstWidth, dstHeight, channels);
 }
 
 }  // namespace klav
