@@ -5,6 +5,21 @@
 
 #include "klav_export.h"
 #include "klavtypes.h"
+#include "matrix2.h"
+#include "matrix3.h"
+#include "matrix4.h"
+#include "kvthreadpool.h"
+#include "mathutils.h"
+#include "polyfittool.h"
+#include "uniquepointset.h"
 #include "sfdsp.h"
+#include "stackblur.h"
+#include "superfastblur.h"
+#include "contours.h"
+#include "psimagescale.h"
+#include "mls.h"
+#include "nativeface.h"
+#include "standface.h"
+#include "eyepupilcircle.h"
 
 #endif
