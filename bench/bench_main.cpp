@@ -15,7 +15,8 @@ public:
         ConsoleReporter::ReportRuns(runs);
         for (const Run &run : runs) {
             if (run.run_type != Run::RT_Iteration || run.iterations == 0) continue;
-            std::string name = run.benchmark_name();
+            // The registered name, without arguments or time settings.
+            std::string name = run.run_name.function_name;
             size_t slash = name.rfind('/');
             if (slash == std::string::npos) continue;
             std::string side = name.substr(slash + 1);

@@ -37,6 +37,9 @@ void BlurRows(const unsigned char *src, unsigned char *dst, int width, int row0,
 // Blurs columns [col0, col1) of `src` into `dst`.
 void BlurColumns(const unsigned char *src, unsigned char *dst, int width, int height, int col0, int col1,
                  int pixelBytes, const BlurTables &t, unsigned char *ring, BlurStore store);
+// Selects the vertical pass: true sweeps all columns row by row (the fast
+// path), false walks each column with its ring (the plain path).
+extern bool g_blurRowSweep;
 // Whole image on the calling thread: rows into a scratch image, columns back.
 void BlurImage(unsigned char *image, int width, int height, int radius, int pixelBytes, BlurStore store);
 // Radius to use for a request: negative gives -1 (nothing to do), large

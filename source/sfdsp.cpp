@@ -118,9 +118,71 @@ void BlurRows(const unsigned char *src, unsigned char *dst, int width, int row0,
     }
 }
 
+namespace {
+
+// The vertical pass swept row by row: every column of the band advances
+// together, so each step reads and writes whole rows instead of striding
+// down one column at a time. The stack sum moves by the ring-free update
+// (pixels entering below, leaving above), which gives the same sums, and so
+// the same bytes, as the ring. Alpha lanes of four-byte pixels are summed
+// along (harmlessly) but never stored.
+void ColumnsRowSweep(const unsigned char *src, unsigned char *dst, int width, int height, int col0, int col1,
+                     int pixelBytes, const BlurTables &t, BlurStore store) {
+    const int r = t.radius;
+    const size_t rowBytes = static_cast<size_t>(width) * pixelBytes;
+    const size_t lane0 = static_cast<size_t>(col0) * pixelBytes, lanes = static_cast<size_t>(col1 - col0) * pixelBytes;
+    std::vector<int> sum(lanes), inSum(lanes, 0), outSum(lanes);
+    const unsigned char *row0 = src + lane0;
+    for (size_t l = 0; l < lanes; ++l) {
+        sum[l] = row0[l] * (r + 1) * (r + 2) / 2;
+        outSum[l] = row0[l] * (r + 1);
+    }
+    for (int i = 1; i <= r; ++i) {
+        const unsigned char *p = src + static_cast<size_t>(std::min(i, height - 1)) * rowBytes + lane0;
+        const int weight = r + 1 - i;
+        for (size_t l = 0; l < lanes; ++l) {
+            inSum[l] += p[l];
+            sum[l] += p[l] * weight;
+        }
+    }
+    const bool skipAlpha = pixelBytes == 4;
+    for (int y = 0; y < height; ++y) {
+        unsigned char *out = dst + static_cast<size_t>(y) * rowBytes + lane0;
+        for (size_t l = 0; l < lanes; ++l) {
+            if (skipAlpha && (l & 3) == 3) continue;
+            const unsigned char blurred = t.Divide(sum[l]);
+            if (store == BlurStore::Plain) {
+                out[l] = blurred;
+            } else {
+                const int v = out[l] - blurred + 128;
+                out[l] = static_cast<unsigned char>(v < 0 ? 0 : (v > 255 ? 255 : v));
+            }
+        }
+        if (y + 1 == height) break;
+        const unsigned char *in = src + static_cast<size_t>(std::min(y + r + 1, height - 1)) * rowBytes + lane0;
+        const unsigned char *next = src + static_cast<size_t>(y + 1) * rowBytes + lane0;
+        const unsigned char *leaving = src + static_cast<size_t>(std::max(y - r, 0)) * rowBytes + lane0;
+        for (size_t l = 0; l < lanes; ++l) {
+            sum[l] += inSum[l] + in[l] - outSum[l];
+            inSum[l] += in[l] - next[l];
+            outSum[l] += next[l] - leaving[l];
+        }
+    }
+}
+
+}  // namespace
+
+// Which vertical pass runs: the row sweep, or the column-by-column ring.
+// Both give the same bytes; a test holds them equal.
+bool g_blurRowSweep = true;
+
 void BlurColumns(const unsigned char *src, unsigned char *dst, int width, int height, int col0, int col1,
                  int pixelBytes, const BlurTables &t, unsigned char *ring, BlurStore store) {
     if (col1 <= col0) return;
+    if (g_blurRowSweep) {
+        ColumnsRowSweep(src, dst, width, height, col0, col1, pixelBytes, t, store);
+        return;
+    }
     std::vector<int> far = FarIndex(height, t.radius);
     const ptrdiff_t step = static_cast<ptrdiff_t>(width) * pixelBytes;
     for (int x = col0; x < col1; ++x) {

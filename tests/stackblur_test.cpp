@@ -130,6 +130,23 @@ TEST(StackBlur, ThreadSplitsGiveTheOneThreadBytes) {
     EXPECT_EQ(narrow, narrow1);
 }
 
+TEST(StackBlur, RowSweepAndColumnRingGiveTheSameBytes) {
+    for (int r : {0, 1, 4, 33}) {
+        for (int pb : {1, 4}) {
+            const int w = 41, h = 57;
+            Image base = Random(w * h * pb, r * 3 + pb), plain = base, fast = base, hpPlain = base, hpFast = base;
+            detail::g_blurRowSweep = false;
+            detail::BlurImage(plain.data(), w, h, r, pb, detail::BlurStore::Plain);
+            detail::BlurImage(hpPlain.data(), w, h, r, pb, detail::BlurStore::HighPass);
+            detail::g_blurRowSweep = true;
+            detail::BlurImage(fast.data(), w, h, r, pb, detail::BlurStore::Plain);
+            detail::BlurImage(hpFast.data(), w, h, r, pb, detail::BlurStore::HighPass);
+            EXPECT_EQ(fast, plain) << "r " << r << " bytes " << pb;
+            EXPECT_EQ(hpFast, hpPlain) << "r " << r << " bytes " << pb;
+        }
+    }
+}
+
 TEST(StackBlur, UniformStaysUniformAndAlphaIsNeverWritten) {
     for (int r : {1, 7, 300}) {
         for (int t : {1, 2, 4}) {
