@@ -6,9 +6,15 @@
 // Without arguments it uses the bundled portrait and writes to ./klav-demo-out.
 #include <klav.h>
 
+#include "draw.h"
 #include "image_io.h"
+#ifdef KLAV_HAVE_DLIB
+#include "dlib_face.h"
+#endif
 
 #include <chrono>
+#include <cstring>
+#include <memory>
 #include <cstdio>
 #include <string>
 #include <sys/stat.h>
@@ -87,6 +93,71 @@ void ScaleDemos(const RgbaImage &src) {
     }
 }
 
+// The face record of the image: detected with dlib when the example was
+// built with it, otherwise the record bundled beside the image
+// (NAME.face.bin for NAME.png).
+bool FaceRecord(const std::string &input, const RgbaImage &img, NativeFace &record) {
+#ifdef KLAV_HAVE_DLIB
+    std::vector<Landmarks68> faces;
+    std::string error;
+    if (DetectLandmarks(img.pixels.data(), img.width, img.height, faces, error)) {
+        FillNativeFace(faces, img.width, img.height, record);
+        std::printf("  dlib found %d face(s)\n", record.faceCount);
+        return record.faceCount > 0;
+    }
+    std::printf("  dlib: %s; trying the bundled record\n", error.c_str());
+#endif
+    std::string path = input.substr(0, input.find_last_of('.')) + ".face.bin";
+    FILE *f = std::fopen(path.c_str(), "rb");
+    if (!f) return false;
+    const bool ok = std::fread(&record, sizeof record, 1, f) == 1;
+    std::fclose(f);
+    if (ok) std::printf("  read %d face(s) from %s\n", record.faceCount, path.c_str());
+    return ok && record.faceCount > 0;
+}
+
+void FaceDemos(const std::string &input, const RgbaImage &src) {
+    std::printf("landmarks\n");
+    std::unique_ptr<NativeFace> record(new NativeFace());
+    std::memset(record.get(), 0, sizeof(NativeFace));
+    if (!FaceRecord(input, src, *record)) {
+        std::printf("  no face record: skipping the face operations\n");
+        return;
+    }
+    RgbaImage img = src;
+    std::unique_ptr<klav::InterPoint> ip(new klav::InterPoint());
+    double ms = TimeMs([&] { ip->Run(record.get(), img.pixels.data(), img.width, img.height); });
+    std::printf("  InterPoint::Run: %d faces, %d points, %.2f ms\n", ip->getFaceCount(), ip->GetCount(), ms);
+    RgbaImage points = src;
+    const int scale = img.width >= 1000 ? 2 : 1;
+    for (int n = 0; n < ip->getFaceCount(); ++n) {
+        if (!ip->SelectFace(n)) continue;
+        const klav::Vector2 *res = ip->GetResPoint();
+        for (int i = 0; i < ip->GetCount(); ++i) {
+            if (i >= 171 && i <= 174) continue;
+            const Rgb colour = i < 40 ? Rgb{0, 255, 0} : i < 108 ? Rgb{255, 255, 0} : i < 215 ? Rgb{0, 200, 255} : Rgb{255, 80, 80};
+            DrawDot(points.pixels.data(), img.width, img.height, res[i].x, res[i].y, scale, colour);
+            DrawNumber(points.pixels.data(), img.width, img.height, static_cast<int>(res[i].x) + 2,
+                       static_cast<int>(res[i].y) + 1, i, scale, colour);
+        }
+        // Eye, mouth and brow masks as tints.
+        RgbaImage masks = src;
+        int l, t, r, b, mw, mh;
+        auto tint = [&](unsigned char *m, Rgb c) {
+            if (!m) return;
+            TintMask(masks.pixels.data(), img.width, img.height, m, l, t, mw, mh, c, 0.7f);
+            klav::klavFree(m);
+        };
+        tint(ip->GetEyeMask(img.width, img.height, l, t, r, b, mw, mh, 0), {0, 255, 0});
+        tint(ip->GetEyeMask(img.width, img.height, l, t, r, b, mw, mh, 1), {0, 255, 0});
+        tint(ip->GetMouthMask(img.width, img.height, l, t, r, b, mw, mh), {255, 0, 128});
+        tint(ip->GetLeftEyeBrowMask(img.width, img.height, l, t, r, b, mw, mh), {255, 200, 0});
+        tint(ip->GetRightEyeBrowMask(img.width, img.height, l, t, r, b, mw, mh), {255, 200, 0});
+        Save("face" + std::to_string(n) + "_masks.png", masks.pixels.data(), img.width, img.height, 4);
+    }
+    Save("points310.png", points.pixels.data(), img.width, img.height, 4);
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
@@ -104,6 +175,7 @@ int main(int argc, char **argv) {
     Save("input.png", img.pixels.data(), img.width, img.height, 4);
     BlurDemos(img);
     ScaleDemos(img);
+    FaceDemos(input, img);
     std::printf("done: results in %s\n", g_outDir.c_str());
     return 0;
 }

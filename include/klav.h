@@ -21,5 +21,7 @@
 #include "nativeface.h"
 #include "standface.h"
 #include "eyepupilcircle.h"
+#include "levelset.h"
+#include "interpoint.h"
 
 #endif

@@ -34,13 +34,6 @@ KLAV_API extern Vector2 g_StandFacePPCoordBackUp[40];
 // The standard face in the 83-point numbering (entry 83 is (0, 0)).
 KLAV_API extern Vector2 g_StandFacePPCoordET[84];
 
-// Triangle meshes, three indices a triangle.
-KLAV_API extern unsigned short g_StandIndexs[548 * 3];    // 310-point numbering
-KLAV_API extern unsigned int g_Ctri[270 * 3];             // face slimming mesh, vertices 0..229
-KLAV_API extern unsigned int g_CBigEyestri[116 * 3];      // eye enlarging mesh, vertices 0..79
-KLAV_API extern unsigned int g_ThindFaceGrid[621 * 3];    // dense face grid, vertices 0..333
-KLAV_API extern unsigned int g_StandToothGrid[14 * 3];    // mouth points 50..72
-
 // Triangles of facial parts, by MUFacePartType value (39-point numbering)
 // and value + 11 (83-point numbering); 12 of the 100 records are filled.
 KLAV_API extern Position g_position[100];
