@@ -74,29 +74,31 @@ Matrix4 &Matrix4::invert() {
     return invertGeneral();
 }
 
-Matrix4 &Matrix4::invertEuclidean() {
-    // Rotation transposed; translation becomes -(R^T t).
-    float r[9] = {m[0], m[4], m[8], m[1], m[5], m[9], m[2], m[6], m[10]};
-    float x = m[3], y = m[7], z = m[11];
+namespace {
+// Stores the 3 x 3 block r (row order) in m and replaces the translation t
+// by -(r t), the inverse of an affine matrix whose block inverse is r.
+void StoreAffineInverse(float *m, const float *r) {
+    const float x = m[3], y = m[7], z = m[11];
     m[0] = r[0], m[1] = r[1], m[2] = r[2];
     m[4] = r[3], m[5] = r[4], m[6] = r[5];
     m[8] = r[6], m[9] = r[7], m[10] = r[8];
     m[3] = -(r[0] * x + r[1] * y + r[2] * z);
     m[7] = -(r[3] * x + r[4] * y + r[5] * z);
     m[11] = -(r[6] * x + r[7] * y + r[8] * z);
+}
+}  // namespace
+
+Matrix4 &Matrix4::invertEuclidean() {
+    // A rotation's inverse is its transpose.
+    const float r[9] = {m[0], m[4], m[8], m[1], m[5], m[9], m[2], m[6], m[10]};
+    StoreAffineInverse(m, r);
     return *this;
 }
 
 Matrix4 &Matrix4::invertAffine() {
     Matrix3 r(m[0], m[1], m[2], m[4], m[5], m[6], m[8], m[9], m[10]);
     r.invert();  // the identity when singular
-    float x = m[3], y = m[7], z = m[11];
-    m[0] = r[0], m[1] = r[1], m[2] = r[2];
-    m[4] = r[3], m[5] = r[4], m[6] = r[5];
-    m[8] = r[6], m[9] = r[7], m[10] = r[8];
-    m[3] = -(r[0] * x + r[1] * y + r[2] * z);
-    m[7] = -(r[3] * x + r[4] * y + r[5] * z);
-    m[11] = -(r[6] * x + r[7] * y + r[8] * z);
+    StoreAffineInverse(m, r.get());
     return *this;
 }
 

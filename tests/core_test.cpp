@@ -2,6 +2,7 @@
 // console records.
 #include "common.h"
 #include "klavtypes.h"
+#include "test_util.h"
 
 #include <gtest/gtest.h>
 
@@ -73,30 +74,7 @@ TEST(ForkJoin, EveryBandRunsOnce) {
     }
 }
 
-namespace {
-// Captures what a call writes to standard error.
-template <class F>
-std::string CaptureStderr(F f) {
-    fflush(stderr);
-    char path[] = "/tmp/klav-stderr-XXXXXX";
-    int fd = mkstemp(path);
-    int saved = dup(2);
-    dup2(fd, 2);
-    f();
-    fflush(stderr);
-    dup2(saved, 2);
-    close(saved);
-    std::string text;
-    FILE *in = fopen(path, "rb");
-    char buf[512];
-    size_t n;
-    while ((n = fread(buf, 1, sizeof buf, in)) > 0) text.append(buf, n);
-    fclose(in);
-    close(fd);
-    unlink(path);
-    return text;
-}
-}  // namespace
+using testutil::CaptureStderr;
 
 TEST(ConsoleRecords, ShapesAreExactAndTheColourStays) {
     std::string error = CaptureStderr([] { detail::ErrorRecord("no face", "source/interpoint", 42); });

@@ -4,6 +4,7 @@
 #include "standface.h"
 
 #include "common.h"
+#include "test_util.h"
 
 #include <gtest/gtest.h>
 
@@ -34,38 +35,10 @@ struct InterPointTestAccess {
 
 namespace {
 
-std::unique_ptr<NativeFace> LoadRecord(const std::string &name) {
-    std::unique_ptr<NativeFace> face(new NativeFace());
-    FILE *f = std::fopen((std::string(KLAV_TEST_DATA_DIR) + "/" + name).c_str(), "rb");
-    if (!f) return nullptr;
-    size_t n = std::fread(face.get(), 1, sizeof(NativeFace), f);
-    std::fclose(f);
-    return n == sizeof(NativeFace) ? std::move(face) : nullptr;
-}
+using testutil::CaptureStderr;
+using testutil::LoadRecord;
 
 std::vector<unsigned char> GreyImage(int w, int h) { return std::vector<unsigned char>(static_cast<size_t>(w) * h * 4, 128); }
-
-template <class F>
-std::string CaptureStderr(F f) {
-    fflush(stderr);
-    char path[] = "/tmp/klav-ip-XXXXXX";
-    int fd = mkstemp(path);
-    int saved = dup(2);
-    dup2(fd, 2);
-    f();
-    fflush(stderr);
-    dup2(saved, 2);
-    close(saved);
-    std::string text;
-    FILE *in = fopen(path, "rb");
-    char buf[512];
-    size_t n;
-    while ((n = fread(buf, 1, sizeof buf, in)) > 0) text.append(buf, n);
-    fclose(in);
-    close(fd);
-    unlink(path);
-    return text;
-}
 
 struct Hopper : ::testing::Test {
     std::unique_ptr<NativeFace> record = LoadRecord("hopper.face.bin");

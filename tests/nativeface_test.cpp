@@ -1,5 +1,6 @@
 // The detector record read from a real detector's output file.
 #include "nativeface.h"
+#include "test_util.h"
 
 #include <gtest/gtest.h>
 
@@ -12,14 +13,7 @@
 
 namespace {
 
-std::unique_ptr<NativeFace> LoadRecord(const std::string &name) {
-    std::unique_ptr<NativeFace> face(new NativeFace());
-    FILE *f = std::fopen((std::string(KLAV_TEST_DATA_DIR) + "/" + name).c_str(), "rb");
-    if (!f) return nullptr;
-    size_t n = std::fread(face.get(), 1, sizeof(NativeFace), f);
-    std::fclose(f);
-    return n == sizeof(NativeFace) ? std::move(face) : nullptr;
-}
+using testutil::LoadRecord;
 
 std::vector<klav::Vector2> LoadPoints(const std::string &name) {
     std::ifstream in(std::string(KLAV_TEST_DATA_DIR) + "/" + name);

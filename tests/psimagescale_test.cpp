@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include "test_util.h"
+
 #include <cmath>
 #include <random>
 #include <vector>
@@ -21,12 +23,7 @@ struct PsImageScaleTestAccess {
 
 namespace {
 using Image = std::vector<unsigned char>;
-Image Random(size_t n, unsigned seed) {
-    std::mt19937 rng(seed);
-    Image img(n);
-    for (auto &v : img) v = static_cast<unsigned char>(rng() & 255);
-    return img;
-}
+Image Random(size_t n, unsigned seed) { return testutil::RandomBytes(n, seed); }
 }  // namespace
 
 TEST(ScaleTables, RowsSumTo16384AndTapCountsFollowTheScale) {

@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include "test_util.h"
+
 #include <algorithm>
 #include <random>
 #include <vector>
@@ -30,12 +32,7 @@ namespace {
 
 using Image = std::vector<unsigned char>;
 
-Image Random(size_t n, unsigned seed) {
-    std::mt19937 rng(seed);
-    Image img(n);
-    for (auto &v : img) v = static_cast<unsigned char>(rng() & 255);
-    return img;
-}
+Image Random(size_t n, unsigned seed) { return testutil::RandomBytes(n, seed); }
 
 // Triangular kernel of radius r with clamped taps along rows, truncation,
 // then along columns, truncation; channels 0..C-1 of `ps`-byte pixels.

@@ -256,31 +256,7 @@ int main(int argc, char **argv) {
     WriteTable(out, "Vector2", "g_StandFacePPCoord", pp, 40);
     WriteTable(out, "Vector2", "g_StandFacePPCoordBackUp", pp, 40);
     WriteTable(out, "Vector2", "g_StandFacePPCoordET", et, 84);
-    std::fprintf(out, "%s", R"(// Triangles of facial parts: record = part number (39-point numbering),
-// record + 11 = the same part in the 83-point numbering.
-Position g_position[100] = {
-    {0, {0}}, {0, {0}}, {0, {0}},
-    {6, {14, 27, 26, 31, 28, 26}},
-    {0, {0}},
-    {12, {25, 20, 21, 25, 23, 21, 25, 20, 21, 25, 23, 21}},
-    {0, {0}},
-    {12, {15, 12, 11, 15, 11, 14, 12, 15, 14, 12, 11, 14}},
-    {12, {31, 30, 34, 30, 34, 33, 31, 34, 33, 31, 30, 33}},
-    {12, {19, 16, 17, 19, 18, 17, 16, 19, 18, 16, 17, 18}},
-    {12, {38, 35, 36, 38, 37, 36, 38, 35, 36, 38, 37, 36}},
-    {0, {0}}, {0, {0}}, {0, {0}},
-    {6, {25, 67, 58, 67, 63, 58}},
-    {0, {0}},
-    {6, {54, 37, 38, 54, 46, 38}},
-    {0, {0}},
-    {12, {26, 21, 19, 26, 25, 19, 21, 26, 25, 21, 19, 25}},
-    {12, {72, 67, 65, 72, 71, 65, 67, 72, 71, 67, 65, 71}},
-    {12, {35, 29, 31, 35, 33, 31, 29, 35, 33, 29, 31, 33}},
-    {12, {81, 75, 77, 81, 79, 77, 75, 81, 79, 75, 77, 79}},
-};
-
-}  // namespace klav
-)");
+    std::fprintf(out, "}  // namespace klav\n");
     std::fclose(out);
     std::fprintf(stderr, "wrote %s from %zu faces\n", argv[2], faces.size());
     return 0;
