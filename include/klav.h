@@ -23,5 +23,7 @@
 #include "eyepupilcircle.h"
 #include "levelset.h"
 #include "interpoint.h"
+#include "unsharpmask.h"
+#include "brighteye.h"
 
 #endif
