@@ -34,6 +34,23 @@ KLAV_API extern Vector2 g_StandFacePPCoordBackUp[40];
 // The standard face in the 83-point numbering (entry 83 is (0, 0)).
 KLAV_API extern Vector2 g_StandFacePPCoordET[84];
 
+// Triangle meshes, three indices a triangle; each is a valid triangulation
+// of its points on the standard face.
+// 310-point numbering (never the four (0, 0) points 171..174).
+KLAV_API extern unsigned short g_StandIndexs[548 * 3];
+// Face slimming mesh over the 230 points of the face mesh.
+KLAV_API extern unsigned int g_Ctri[270 * 3];
+// Eye enlarging mesh over the 80 points of the eye mesh: per eye the
+// inside of the 20-point ring and the band out to the fixed outer ring.
+KLAV_API extern unsigned int g_CBigEyestri[116 * 3];
+// Dense grid over the 310 points (vertices 0..309; the four (0, 0) points,
+// points that repeat an earlier one and the pupils 169, 170 are not used)
+// and 24 frame points, vertices 310..333, at g_ThindFaceGridFrame.
+KLAV_API extern unsigned int g_ThindFaceGrid[621 * 3];
+KLAV_API extern Vector2 g_ThindFaceGridFrame[24];
+// The mouth opening between the inner lip lines, over points 50..72.
+KLAV_API extern unsigned int g_StandToothGrid[14 * 3];
+
 // Triangles of facial parts, by MUFacePartType value (39-point numbering)
 // and value + 11 (83-point numbering); 12 of the 100 records are filled.
 KLAV_API extern Position g_position[100];

@@ -17,6 +17,8 @@
 #include "mathutils.h"
 #include "standface.h"
 
+#include <stb/stb_image_write.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -101,11 +103,214 @@ void WriteTable(FILE *out, const char *type, const char *name, const Vector2 *v,
     std::fprintf(out, "};\n\n");
 }
 
+
+// ---- meshes
+
+struct Tri {
+    int a, b, c;
+};
+
+double Cross(Vector2 o, Vector2 a, Vector2 b) {
+    return (static_cast<double>(a.x) - o.x) * (static_cast<double>(b.y) - o.y) -
+           (static_cast<double>(a.y) - o.y) * (static_cast<double>(b.x) - o.x);
+}
+
+// Bowyer-Watson Delaunay triangulation of the points named by `ids`.
+std::vector<Tri> Delaunay(const std::vector<Vector2> &pts, const std::vector<int> &ids) {
+    std::vector<Vector2> p = pts;
+    const int s0 = static_cast<int>(p.size());
+    p.push_back({-100, -100});
+    p.push_back({100, -100});
+    p.push_back({0, 100});
+    std::vector<Tri> tris = {{s0, s0 + 1, s0 + 2}};
+    auto inCircle = [&](const Tri &t, Vector2 d) {
+        Vector2 a = p[t.a], b = p[t.b], c = p[t.c];
+        if (Cross(a, b, c) < 0) std::swap(b, c);
+        const double ax = a.x - d.x, ay = a.y - d.y, bx = b.x - d.x, by = b.y - d.y, cx = c.x - d.x, cy = c.y - d.y;
+        return (ax * ax + ay * ay) * (bx * cy - cx * by) - (bx * bx + by * by) * (ax * cy - cx * ay) +
+                   (cx * cx + cy * cy) * (ax * by - bx * ay) > 0;
+    };
+    for (int id : ids) {
+        std::vector<Tri> keep;
+        std::vector<std::pair<int, int>> edges;
+        for (const Tri &t : tris) {
+            if (inCircle(t, p[id])) {
+                edges.push_back({t.a, t.b});
+                edges.push_back({t.b, t.c});
+                edges.push_back({t.c, t.a});
+            } else {
+                keep.push_back(t);
+            }
+        }
+        for (size_t i = 0; i < edges.size(); ++i) {
+            bool shared = false;
+            for (size_t j = 0; j < edges.size(); ++j)
+                if (i != j && ((edges[i].first == edges[j].second && edges[i].second == edges[j].first) ||
+                               (edges[i].first == edges[j].first && edges[i].second == edges[j].second)))
+                    shared = true;
+            if (!shared) keep.push_back({edges[i].first, edges[i].second, id});
+        }
+        tris.swap(keep);
+    }
+    std::vector<Tri> out;
+    for (const Tri &t : tris)
+        if (t.a < s0 && t.b < s0 && t.c < s0) out.push_back(t);
+    return out;
+}
+
+// Flips away slivers: a triangle of nearly no area (a point on or next to
+// the segment of two others, as curve samples along a straight chord are)
+// gives up its longest edge to the triangle behind that edge. A sliver on
+// the boundary has no such neighbour and is dropped.
+void FlipSlivers(std::vector<Tri> &tris, const std::vector<Vector2> &p) {
+    const double tiny = 2e-6;
+    for (int round = 0; round < 1000; ++round) {
+        int sliver = -1;
+        for (size_t i = 0; i < tris.size() && sliver < 0; ++i)
+            if (std::fabs(Cross(p[tris[i].a], p[tris[i].b], p[tris[i].c])) < tiny) sliver = static_cast<int>(i);
+        if (sliver < 0) return;
+        Tri t = tris[sliver];
+        int v[3] = {t.a, t.b, t.c};
+        // Longest edge (v[e], v[e + 1]) opposite v[e + 2].
+        int e = 0;
+        double longest = -1;
+        for (int k = 0; k < 3; ++k) {
+            const Vector2 a = p[v[k]], b = p[v[(k + 1) % 3]];
+            const double l = std::hypot(static_cast<double>(a.x - b.x), a.y - b.y);
+            if (l > longest) longest = l, e = k;
+        }
+        const int a = v[e], b = v[(e + 1) % 3], c = v[(e + 2) % 3];
+        int other = -1, d = -1;
+        for (size_t j = 0; j < tris.size(); ++j) {
+            if (static_cast<int>(j) == sliver) continue;
+            const int w[3] = {tris[j].a, tris[j].b, tris[j].c};
+            bool hasA = false, hasB = false;
+            int rest = -1;
+            for (int k : w) {
+                if (k == a) hasA = true;
+                else if (k == b) hasB = true;
+                else rest = k;
+            }
+            if (hasA && hasB) other = static_cast<int>(j), d = rest;
+        }
+        if (other < 0) {
+            tris.erase(tris.begin() + sliver);
+            continue;
+        }
+        tris[sliver] = {a, d, c};
+        tris[other] = {d, b, c};
+    }
+}
+
+// Removes triangles on the boundary (an edge no other triangle shares),
+// the thinnest first, until `count` remain.
+void Peel(std::vector<Tri> &tris, const std::vector<Vector2> &p, size_t count) {
+    while (tris.size() > count) {
+        int best = -1;
+        double bestScore = 1e30;
+        for (size_t i = 0; i < tris.size(); ++i) {
+            const int v[3] = {tris[i].a, tris[i].b, tris[i].c};
+            bool boundary = false;
+            for (int e = 0; e < 3 && !boundary; ++e) {
+                int shared = 0;
+                for (size_t j = 0; j < tris.size(); ++j) {
+                    if (i == j) continue;
+                    const int w[3] = {tris[j].a, tris[j].b, tris[j].c};
+                    int hits = 0;
+                    for (int k = 0; k < 3; ++k) hits += (w[k] == v[e]) + (w[k] == v[(e + 1) % 3]);
+                    if (hits == 2) ++shared;
+                }
+                boundary = shared == 0;
+            }
+            if (!boundary) continue;
+            // Thinness: area over the longest edge squared.
+            const Vector2 a = p[v[0]], b = p[v[1]], c = p[v[2]];
+            double longest = 0;
+            for (auto e : {std::make_pair(a, b), std::make_pair(b, c), std::make_pair(c, a)})
+                longest = std::max(longest, std::hypot(static_cast<double>(e.first.x - e.second.x), e.first.y - e.second.y));
+            const double score = std::fabs(Cross(a, b, c)) / (longest * longest);
+            if (score < bestScore) bestScore = score, best = static_cast<int>(i);
+        }
+        if (best < 0) break;
+        tris.erase(tris.begin() + best);
+    }
+}
+
+// Moves the triangle with the corners of `first` to the front, with its
+// corners in that order.
+bool PutFirst(std::vector<Tri> &tris, Tri first) {
+    for (size_t i = 0; i < tris.size(); ++i) {
+        const int v[3] = {tris[i].a, tris[i].b, tris[i].c};
+        int hits = 0;
+        for (int k : v) hits += (k == first.a) + (k == first.b) + (k == first.c);
+        if (hits == 3) {
+            tris.erase(tris.begin() + static_cast<long>(i));
+            tris.insert(tris.begin(), first);
+            return true;
+        }
+    }
+    return false;
+}
+
+// The inside of a 20-point eye ring (upper lid 0..10 left to right, lower
+// lid 11..19 right to left) as a strip of 18 triangles, the diagonals
+// running from each upper point to the lower point left of it; then the
+// band of 40 to the outer ring at +40. `base` is 0 or 20.
+std::vector<Tri> EyeMesh(int base) {
+    std::vector<Tri> tris;
+    auto at = [&](int i) { return base + i; };
+    tris.push_back({at(8), at(13), at(7)});
+    tris.push_back({at(8), at(12), at(13)});
+    for (int u = 1; u <= 8; ++u) {
+        if (u == 7) continue;
+        tris.push_back({at(u + 1), at(20 - u), at(u)});
+        tris.push_back({at(u + 1), at(19 - u), at(20 - u)});
+    }
+    tris.push_back({at(0), at(1), at(19)});
+    tris.push_back({at(9), at(10), at(11)});
+    for (int i = 0; i < 20; ++i) {
+        const int j = (i + 1) % 20;
+        tris.push_back({at(i), at(j), at(40 + j)});
+        tris.push_back({at(i), at(40 + j), at(40 + i)});
+    }
+    return tris;
+}
+
+void WriteMesh(FILE *out, const char *type, const char *name, const std::vector<Tri> &tris) {
+    std::fprintf(out, "%s %s[%zu * 3] = {\n", type, name, tris.size());
+    for (size_t i = 0; i < tris.size(); ++i)
+        std::fprintf(out, "%s%d, %d, %d,%s", i % 6 == 0 ? "    " : " ", tris[i].a, tris[i].b, tris[i].c,
+                     (i % 6 == 5 || i + 1 == tris.size()) ? "\n" : "");
+    std::fprintf(out, "};\n\n");
+}
+
+void Draw(const std::string &path, const std::vector<Vector2> &pts, const std::vector<Tri> &tris) {
+    const int W = 1000, H = 1500;
+    std::vector<unsigned char> img(static_cast<size_t>(W) * H * 3, 255);
+    auto line = [&](Vector2 a, Vector2 b) {
+        const int steps = 400;
+        for (int i = 0; i <= steps; ++i) {
+            const float t = static_cast<float>(i) / steps;
+            const int x = static_cast<int>((a.x + (b.x - a.x) * t) * 800 + 100), y = static_cast<int>((a.y + (b.y - a.y) * t) * 1200 + 150);
+            if (x >= 0 && y >= 0 && x < W && y < H) {
+                unsigned char *q = &img[(static_cast<size_t>(y) * W + x) * 3];
+                q[0] = 40, q[1] = 80, q[2] = 200;
+            }
+        }
+    };
+    for (const Tri &t : tris) {
+        line(pts[t.a], pts[t.b]);
+        line(pts[t.b], pts[t.c]);
+        line(pts[t.c], pts[t.a]);
+    }
+    stbi_write_png(path.c_str(), W, H, 3, img.data(), W * 3);
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
     if (argc < 3) {
-        std::fprintf(stderr, "usage: make_standface INPUT_DIR OUTPUT.cpp\n");
+        std::fprintf(stderr, "usage: make_standface INPUT_DIR OUTPUT.cpp [DRAWING_DIR]\n");
         return 2;
     }
     std::vector<Face> faces;
@@ -238,6 +443,87 @@ int main(int argc, char **argv) {
     stand[309] = {0.6687f, 0.5995f};
     for (int i = 171; i <= 174; ++i) stand[i] = {0, 0};
 
+    // ---- the meshes
+    std::vector<Vector2> points(stand, stand + 310);
+    // Points the meshes leave out: the four (0, 0) entries and the points
+    // that repeat an earlier one (within a tenth of a canvas pixel, as
+    // curve samples that land on a control point do).
+    std::vector<bool> skip(310, false);
+    for (int i = 171; i <= 174; ++i) skip[i] = true;
+    for (int i = 0; i < 310; ++i)
+        for (int j = 0; j < i && !skip[i]; ++j)
+            if (!skip[j] && std::fabs(points[i].x - points[j].x) < 1e-4f && std::fabs(points[i].y - points[j].y) < 1e-4f)
+                skip[i] = true;
+    std::vector<int> ids;
+    for (int i = 0; i < 310; ++i)
+        if (!skip[i]) ids.push_back(i);
+    std::vector<Tri> standTris = Delaunay(points, ids);
+    FlipSlivers(standTris, points);
+    std::fprintf(stderr, "standard mesh: %zu points, %zu Delaunay triangles\n", ids.size(), standTris.size());
+    Peel(standTris, points, 548);
+    if (standTris.size() != 548 || !PutFirst(standTris, {7, 2, 169})) {
+        std::fprintf(stderr, "standard mesh: %zu triangles, first triangle %s\n", standTris.size(),
+                     standTris.size() == 548 ? "missing" : "-");
+        return 1;
+    }
+    // The dense grid: the same points without the pupils, and a frame of 24
+    // points around everything, 7 a side with the corners.
+    std::vector<Vector2> gridPoints = points;
+    float minX = 1e9f, minY = 1e9f, maxX = -1e9f, maxY = -1e9f;
+    for (int i : ids) {
+        minX = std::min(minX, points[i].x), maxX = std::max(maxX, points[i].x);
+        minY = std::min(minY, points[i].y), maxY = std::max(maxY, points[i].y);
+    }
+    minX -= 0.05f, minY -= 0.05f, maxX += 0.05f, maxY += 0.05f;
+    Vector2 frame[24];
+    for (int k = 0; k < 6; ++k) {
+        const float t = k / 6.0f;
+        frame[k] = {minX + (maxX - minX) * t, minY};
+        frame[6 + k] = {maxX, minY + (maxY - minY) * t};
+        frame[12 + k] = {maxX - (maxX - minX) * t, maxY};
+        frame[18 + k] = {minX, maxY - (maxY - minY) * t};
+    }
+    // The points between the corners sit a little inside the rectangle, so
+    // that no three frame points are collinear.
+    for (int k = 0; k < 24; ++k) {
+        if (k % 6 == 0) continue;
+        const int side = k / 6;
+        const float in = 0.01f;
+        if (side == 0) frame[k].y += in;
+        if (side == 1) frame[k].x -= in;
+        if (side == 2) frame[k].y -= in;
+        if (side == 3) frame[k].x += in;
+    }
+    std::vector<int> gridIds;
+    for (int i : ids)
+        if (i != 169 && i != 170) gridIds.push_back(i);
+    for (int k = 0; k < 24; ++k) {
+        gridPoints.push_back(frame[k]);
+        gridIds.push_back(310 + k);
+    }
+    std::vector<Tri> grid = Delaunay(gridPoints, gridIds);
+    FlipSlivers(grid, gridPoints);
+    std::fprintf(stderr, "grid: %zu points, %zu Delaunay triangles\n", gridIds.size(), grid.size());
+    Peel(grid, gridPoints, 621);
+    if (grid.size() != 621 || !PutFirst(grid, {7, 2, 8})) {
+        std::fprintf(stderr, "grid: %zu triangles, first triangle missing\n", grid.size());
+        return 1;
+    }
+    std::vector<Tri> eyes = EyeMesh(0), right = EyeMesh(20);
+    eyes.insert(eyes.end(), right.begin(), right.end());
+    // The mouth opening: upper inner lip 50, 59..65, 58, lower 66..72.
+    std::vector<Tri> tooth = {{50, 59, 66}};
+    for (int k = 0; k < 6; ++k) {
+        tooth.push_back({59 + k, 60 + k, 67 + k});
+        tooth.push_back({59 + k, 67 + k, 66 + k});
+    }
+    tooth.push_back({65, 58, 72});
+    if (argc > 3) {
+        Draw(std::string(argv[3]) + "/standard_mesh.png", points, standTris);
+        Draw(std::string(argv[3]) + "/grid_mesh.png", gridPoints, grid);
+        Draw(std::string(argv[3]) + "/tooth_mesh.png", points, tooth);
+    }
+
     FILE *out = std::fopen(argv[2], "w");
     if (!out) return 1;
     std::fprintf(out,
@@ -256,6 +542,11 @@ int main(int argc, char **argv) {
     WriteTable(out, "Vector2", "g_StandFacePPCoord", pp, 40);
     WriteTable(out, "Vector2", "g_StandFacePPCoordBackUp", pp, 40);
     WriteTable(out, "Vector2", "g_StandFacePPCoordET", et, 84);
+    WriteMesh(out, "unsigned short", "g_StandIndexs", standTris);
+    WriteMesh(out, "unsigned int", "g_CBigEyestri", eyes);
+    WriteMesh(out, "unsigned int", "g_ThindFaceGrid", grid);
+    WriteMesh(out, "unsigned int", "g_StandToothGrid", tooth);
+    WriteTable(out, "Vector2", "g_ThindFaceGridFrame", frame, 24);
     std::fprintf(out, "}  // namespace klav\n");
     std::fclose(out);
     std::fprintf(stderr, "wrote %s from %zu faces\n", argv[2], faces.size());
