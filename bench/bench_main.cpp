@@ -1,6 +1,7 @@
-// Benchmark driver. Benchmarks come in pairs named "<case>/klav" and
-// "<case>/peer" (the peer being OpenCV or a plain reference loop); after the
-// run, the driver prints for each pair the ratio of our time to the peer's.
+// Benchmark driver. A case is timed as "<case>/klav" and against one or more
+// peers as "<case>/peer" or "<case>/peer_<name>" (OpenCV or a plain
+// reference loop); after the run the driver prints for each case the ratio
+// of our time to each peer's.
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
@@ -23,15 +24,16 @@ public:
             std::string key = name.substr(0, slash);
             double seconds = run.GetAdjustedRealTime();
             if (side.rfind("klav", 0) == 0) ours_[key] = seconds;
-            else if (side.rfind("peer", 0) == 0) peer_[key] = seconds;
+            else if (side.rfind("peer", 0) == 0) peer_[key + (side.size() > 4 ? " vs " + side.substr(5) : "")] = seconds;
         }
     }
     void PrintRatios() const {
         std::printf("\nratio ours/peer (below 1 means klav is faster)\n");
-        for (const auto &kv : ours_) {
-            auto it = peer_.find(kv.first);
-            if (it == peer_.end() || it->second <= 0) continue;
-            std::printf("  %-48s %6.2f\n", kv.first.c_str(), kv.second / it->second);
+        for (const auto &peer : peer_) {
+            const std::string key = peer.first.substr(0, peer.first.find(" vs "));
+            auto ours = ours_.find(key);
+            if (ours == ours_.end() || peer.second <= 0) continue;
+            std::printf("  %-56s %6.2f\n", peer.first.c_str(), ours->second / peer.second);
         }
     }
 

@@ -22,6 +22,10 @@ struct ScalePositions {
     std::vector<unsigned char> phase;
 };
 
+// Selects the width pass of four-byte pixels: true the SSE2 form, false the
+// plain loops; both give the same bytes.
+extern bool g_scaleFast;
+
 ScalePositions DstInSrcIndexCube(int dst, int src);
 ScalePositions DstInSrcIndex(int dst, int src);
 // The cubic table of `mode` for a scale dst / src on one axis.

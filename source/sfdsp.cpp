@@ -9,6 +9,9 @@
 #include <algorithm>
 #include <cstring>
 #include <unistd.h>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace klav {
 
@@ -27,7 +30,8 @@ int BlurRadius(int radius) {
     return radius > kMaxBlurRadius ? kMaxBlurRadius : radius;
 }
 
-BlurTables::BlurTables(int r) : radius(r), divisor((r + 1) * (r + 1)) {
+BlurTables::BlurTables(int r)
+    : radius(r), divisor((r + 1) * (r + 1)), floatDivide(r <= 63), reciprocal(1.0f / static_cast<float>((r + 1) * (r + 1))) {
     // The division table has 256 runs of (r + 1)^2 equal bytes; above 4 MiB
     // the quotient is computed instead, with the same values.
     const size_t entries = CheckedSize({256, divisor});
@@ -42,6 +46,10 @@ BlurTables::BlurTables(int r) : radius(r), divisor((r + 1) * (r + 1)) {
 }
 
 namespace {
+
+#if defined(__SSE2__)
+void RowsFourLanes(const unsigned char *src, unsigned char *dst, int width, int row0, int row1, const BlurTables &t);
+#endif
 
 // One line of the stack blur. `src` and `dst` step by srcStep and dstStep
 // bytes from pixel to pixel; C is the number of summed bytes (1, or 3 of a
@@ -106,6 +114,12 @@ std::vector<int> FarIndex(int n, int r) {
 void BlurRows(const unsigned char *src, unsigned char *dst, int width, int row0, int row1, int pixelBytes,
               const BlurTables &t, unsigned char *ring) {
     if (row1 <= row0) return;
+#if defined(__SSE2__)
+    if (g_blurFast && pixelBytes == 4 && t.floatDivide) {
+        RowsFourLanes(src, dst, width, row0, row1, t);
+        return;
+    }
+#endif
     std::vector<int> far = FarIndex(width, t.radius);
     const size_t rowBytes = static_cast<size_t>(width) * pixelBytes;
     for (int y = row0; y < row1; ++y) {
@@ -119,6 +133,39 @@ void BlurRows(const unsigned char *src, unsigned char *dst, int width, int row0,
 }
 
 namespace {
+
+// The bits of byte 3 within a 32-bit pixel word, whatever the byte order.
+uint32_t AlphaMask() {
+    static const unsigned char bytes[4] = {0, 0, 0, 255};
+    uint32_t m;
+    std::memcpy(&m, bytes, 4);
+    return m;
+}
+
+// Stores a row of blurred bytes: all of them for one-byte pixels, bytes
+// 0..2 of four-byte pixels (byte 3 keeps its value), or for the high-pass
+// the clamped source - blur + 128.
+void StoreRow(unsigned char *out, const unsigned char *blurred, size_t lanes, bool keepAlpha, BlurStore store) {
+    if (store == BlurStore::HighPass) {
+        for (size_t l = 0; l < lanes; ++l) {
+            if (keepAlpha && (l & 3) == 3) continue;
+            const int v = out[l] - blurred[l] + 128;
+            out[l] = static_cast<unsigned char>(v < 0 ? 0 : (v > 255 ? 255 : v));
+        }
+        return;
+    }
+    if (!keepAlpha) {
+        std::memcpy(out, blurred, lanes);
+        return;
+    }
+    for (size_t i = 0; i + 3 < lanes; i += 4) {
+        uint32_t o, b;
+        std::memcpy(&o, out + i, 4);
+        std::memcpy(&b, blurred + i, 4);
+        o = (o & AlphaMask()) | (b & ~AlphaMask());
+        std::memcpy(out + i, &o, 4);
+    }
+}
 
 // The vertical pass swept row by row: every column of the band advances
 // together, so each step reads and writes whole rows instead of striding
@@ -145,19 +192,18 @@ void ColumnsRowSweep(const unsigned char *src, unsigned char *dst, int width, in
             sum[l] += p[l] * weight;
         }
     }
-    const bool skipAlpha = pixelBytes == 4;
+    std::vector<unsigned char> blurredRow(lanes);
     for (int y = 0; y < height; ++y) {
         unsigned char *out = dst + static_cast<size_t>(y) * rowBytes + lane0;
-        for (size_t l = 0; l < lanes; ++l) {
-            if (skipAlpha && (l & 3) == 3) continue;
-            const unsigned char blurred = t.Divide(sum[l]);
-            if (store == BlurStore::Plain) {
-                out[l] = blurred;
-            } else {
-                const int v = out[l] - blurred + 128;
-                out[l] = static_cast<unsigned char>(v < 0 ? 0 : (v > 255 ? 255 : v));
-            }
+        unsigned char *b = blurredRow.data();
+        if (t.floatDivide) {
+            const float inv = t.reciprocal;
+            for (size_t l = 0; l < lanes; ++l)
+                b[l] = static_cast<unsigned char>(static_cast<int>((static_cast<float>(sum[l]) + 0.5f) * inv));
+        } else {
+            for (size_t l = 0; l < lanes; ++l) b[l] = t.Divide(sum[l]);
         }
+        StoreRow(out, b, lanes, pixelBytes == 4, store);
         if (y + 1 == height) break;
         const unsigned char *in = src + static_cast<size_t>(std::min(y + r + 1, height - 1)) * rowBytes + lane0;
         const unsigned char *next = src + static_cast<size_t>(y + 1) * rowBytes + lane0;
@@ -170,16 +216,90 @@ void ColumnsRowSweep(const unsigned char *src, unsigned char *dst, int width, in
     }
 }
 
+// Rows of four-byte pixels with the four bytes of a pixel in the lanes of
+// one SSE2 register (the x86-64 baseline): the stack sum moves by the
+// ring-free update, two rows at a time so that their chains overlap. Byte 3
+// of the scratch image is written too; nothing reads it into a result.
+#if defined(__SSE2__)
+inline __m128i Pixel(const unsigned char *p) {
+    int32_t word;
+    std::memcpy(&word, p, 4);
+    const __m128i zero = _mm_setzero_si128();
+    return _mm_unpacklo_epi16(_mm_unpacklo_epi8(_mm_cvtsi32_si128(word), zero), zero);
+}
+
+inline void Store(unsigned char *o, __m128i sum, __m128 inv) {
+    const __m128 half = _mm_set1_ps(0.5f);
+    const __m128i q = _mm_cvttps_epi32(_mm_mul_ps(_mm_add_ps(_mm_cvtepi32_ps(sum), half), inv));
+    const __m128i packed = _mm_packus_epi16(_mm_packs_epi32(q, q), _mm_setzero_si128());
+    const int32_t word = _mm_cvtsi128_si32(packed);
+    std::memcpy(o, &word, 4);
+}
+
+// 32-bit lane multiply by a small constant without SSE4.1.
+inline __m128i Times(__m128i v, int k) {
+    const __m128i kk = _mm_set1_epi32(k);
+    const __m128i even = _mm_mul_epu32(v, kk), odd = _mm_mul_epu32(_mm_srli_epi64(v, 32), kk);
+    return _mm_unpacklo_epi32(_mm_shuffle_epi32(even, _MM_SHUFFLE(0, 0, 2, 0)), _mm_shuffle_epi32(odd, _MM_SHUFFLE(0, 0, 2, 0)));
+}
+
+void RowsFourLanes(const unsigned char *src, unsigned char *dst, int width, int row0, int row1, const BlurTables &t) {
+    const int r = t.radius;
+    const __m128 inv = _mm_set1_ps(t.reciprocal);
+    struct Row {
+        const unsigned char *p;
+        unsigned char *out;
+        __m128i sum, inSum, outSum;
+    };
+    auto seed = [&](Row &row, int y) {
+        row.p = src + static_cast<size_t>(y) * width * 4;
+        row.out = dst + static_cast<size_t>(y) * width * 4;
+        const __m128i p0 = Pixel(row.p);
+        row.sum = Times(p0, (r + 1) * (r + 2) / 2);
+        row.outSum = Times(p0, r + 1);
+        row.inSum = _mm_setzero_si128();
+        for (int i = 1; i <= r; ++i) {
+            const __m128i v = Pixel(row.p + static_cast<size_t>(std::min(i, width - 1)) * 4);
+            row.inSum = _mm_add_epi32(row.inSum, v);
+            row.sum = _mm_add_epi32(row.sum, Times(v, r + 1 - i));
+        }
+    };
+    auto step = [&](Row &row, int x) {
+        Store(row.out + static_cast<size_t>(x) * 4, row.sum, inv);
+        if (x + 1 == width) return;
+        const __m128i in = Pixel(row.p + static_cast<size_t>(std::min(x + r + 1, width - 1)) * 4);
+        const __m128i next = Pixel(row.p + static_cast<size_t>(x + 1) * 4);
+        const __m128i leaving = Pixel(row.p + static_cast<size_t>(std::max(x - r, 0)) * 4);
+        row.sum = _mm_sub_epi32(_mm_add_epi32(row.sum, _mm_add_epi32(row.inSum, in)), row.outSum);
+        row.inSum = _mm_sub_epi32(_mm_add_epi32(row.inSum, in), next);
+        row.outSum = _mm_sub_epi32(_mm_add_epi32(row.outSum, next), leaving);
+    };
+    int y = row0;
+    for (; y + 1 < row1; y += 2) {
+        Row a, b;
+        seed(a, y);
+        seed(b, y + 1);
+        for (int x = 0; x < width; ++x) {
+            step(a, x);
+            step(b, x);
+        }
+    }
+    for (; y < row1; ++y) {
+        Row a;
+        seed(a, y);
+        for (int x = 0; x < width; ++x) step(a, x);
+    }
+}
+#endif
+
 }  // namespace
 
-// Which vertical pass runs: the row sweep, or the column-by-column ring.
-// Both give the same bytes; a test holds them equal.
-bool g_blurRowSweep = true;
+bool g_blurFast = true;
 
 void BlurColumns(const unsigned char *src, unsigned char *dst, int width, int height, int col0, int col1,
                  int pixelBytes, const BlurTables &t, unsigned char *ring, BlurStore store) {
     if (col1 <= col0) return;
-    if (g_blurRowSweep) {
+    if (g_blurFast) {
         ColumnsRowSweep(src, dst, width, height, col0, col1, pixelBytes, t, store);
         return;
     }

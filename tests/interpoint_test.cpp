@@ -268,3 +268,37 @@ TEST(InterPointBadInput, NaNAndIdenticalPointsStaySafe) {
     ip->GetAstrictResPoint();
     ip->GetCurrentFaceRect();
 }
+
+TEST(InterPointBadInput, NegativeCountsAndTinyImages) {
+    std::unique_ptr<NativeFace> record = LoadRecord("hopper.face.bin");
+    ASSERT_TRUE(record);
+    std::unique_ptr<InterPoint> ip(new InterPoint());
+    record->faceCount = -3;
+    auto image = GreyImage(512, 600);
+    std::string text = CaptureStderr([&] { EXPECT_FALSE(ip->Run(record.get(), image.data(), 512, 600)); });
+    EXPECT_NE(text.find("No any face!!"), std::string::npos);
+    EXPECT_EQ(ip->GetSelectNo(), -1);
+    // An image far smaller than the face box: the points scale down with it.
+    record = LoadRecord("hopper.face.bin");
+    auto tiny = GreyImage(6, 5);
+    CaptureStderr([&] { EXPECT_TRUE(ip->Run(record.get(), tiny.data(), 6, 5)); });
+    EXPECT_EQ(ip->GetCount(), 310);
+    int l, t, r, b, mw, mh;
+    klavFree(ip->GetMouthMask(6, 5, l, t, r, b, mw, mh));
+    klavFree(ip->GetLeftEyepupilMask(6, 5, l, t, r, b, mw, mh));
+    // A null image: the pupil search is skipped with its record.
+    text = CaptureStderr([&] { EXPECT_TRUE(ip->Run(record.get(), nullptr, 512, 600)); });
+    EXPECT_NE(text.find("GetEyepupilInfo fail cause pBigGray NULL!"), std::string::npos);
+}
+
+TEST(InterPointGray, LargeImagesReadTheFirstPixelsAtTheReducedRowLength) {
+    // 1280 x 800 becomes 640 x 400; the pupil search then sees the first
+    // 256,000 pixels of the full image. The record comes through whole.
+    std::unique_ptr<NativeFace> record = LoadRecord("hopper.face.bin");
+    auto image = GreyImage(1280, 800);
+    std::unique_ptr<InterPoint> ip(new InterPoint());
+    std::string text = CaptureStderr([&] { EXPECT_TRUE(ip->Run(record.get(), image.data(), 1280, 800)); });
+    EXPECT_NE(text.find("GetEyepupilInfo width=640 height=400"), std::string::npos);
+    text = CaptureStderr([&] { EXPECT_TRUE(ip->Run(record.get(), image.data(), 512, 600)); });
+    EXPECT_NE(text.find("GetEyepupilInfo width=512 height=600"), std::string::npos);
+}

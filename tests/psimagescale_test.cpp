@@ -120,6 +120,21 @@ TEST(Scale, BytesDoNotDependOnTheThreadCount) {
     }
 }
 
+TEST(Scale, FastWidthPassGivesThePlainBytes) {
+    Image src = Random(131 * 37 * 4, 11);
+    for (int mode : {0, 1, 2, 3}) {
+        for (int dw : {20, 60, 100, 262, 500}) {
+            Image fast(dw * 37 * 4), plain(fast.size());
+            detail::g_scaleFast = true;
+            PsImageScale().Run(src.data(), 131, 37, fast.data(), dw, 37, 4, static_cast<eScaleMode>(mode));
+            detail::g_scaleFast = false;
+            PsImageScale().Run(src.data(), 131, 37, plain.data(), dw, 37, 4, static_cast<eScaleMode>(mode));
+            detail::g_scaleFast = true;
+            EXPECT_EQ(fast, plain) << "mode " << mode << " width " << dw;
+        }
+    }
+}
+
 TEST(Scale, PassOrderAndTableChoice) {
     // A horizontal ramp scaled in width only reproduces the width pass of
     // the ramp; a vertical ramp scaled in height only, the height pass.

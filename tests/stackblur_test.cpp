@@ -127,15 +127,26 @@ TEST(StackBlur, ThreadSplitsGiveTheOneThreadBytes) {
     EXPECT_EQ(narrow, narrow1);
 }
 
-TEST(StackBlur, RowSweepAndColumnRingGiveTheSameBytes) {
-    for (int r : {0, 1, 4, 33}) {
+TEST(StackBlur, FloatQuotientsAreExactWhereTheyAreUsed) {
+    for (int r = 0; r <= 63; ++r) {
+        detail::BlurTables t(r);
+        ASSERT_TRUE(t.floatDivide);
+        const int d = (r + 1) * (r + 1);
+        for (int sum = 0; sum < 256 * d; ++sum)
+            ASSERT_EQ(static_cast<int>((static_cast<float>(sum) + 0.5f) * t.reciprocal), sum / d) << "r " << r;
+    }
+    EXPECT_FALSE(detail::BlurTables(64).floatDivide);
+}
+
+TEST(StackBlur, FastAndPlainPassesGiveTheSameBytes) {
+    for (int r : {0, 1, 4, 33, 63, 64, 90}) {
         for (int pb : {1, 4}) {
             const int w = 41, h = 57;
             Image base = Random(w * h * pb, r * 3 + pb), plain = base, fast = base, hpPlain = base, hpFast = base;
-            detail::g_blurRowSweep = false;
+            detail::g_blurFast = false;
             detail::BlurImage(plain.data(), w, h, r, pb, detail::BlurStore::Plain);
             detail::BlurImage(hpPlain.data(), w, h, r, pb, detail::BlurStore::HighPass);
-            detail::g_blurRowSweep = true;
+            detail::g_blurFast = true;
             detail::BlurImage(fast.data(), w, h, r, pb, detail::BlurStore::Plain);
             detail::BlurImage(hpFast.data(), w, h, r, pb, detail::BlurStore::HighPass);
             EXPECT_EQ(fast, plain) << "r " << r << " bytes " << pb;
