@@ -48,7 +48,7 @@ BlurTables::BlurTables(int r)
 namespace {
 
 #if defined(__SSE2__)
-void RowsFourLanes(const unsigned char *src, unsigned char *dst, int width, int row0, int row1, const BlurTables &t);
+void RowsFourLanes(const unsigned char *const *src, unsigned char *const *dst, int count, int width, const BlurTables &t);
 #endif
 
 // One line of the stack blur. `src` and `dst` step by srcStep and dstStep
@@ -111,25 +111,38 @@ std::vector<int> FarIndex(int n, int r) {
 
 }  // namespace
 
-void BlurRows(const unsigned char *src, unsigned char *dst, int width, int row0, int row1, int pixelBytes,
-              const BlurTables &t, unsigned char *ring) {
-    if (row1 <= row0) return;
+namespace {
+// Blurs `count` rows given by pointers, source row i into destination row i.
+void BlurRowPointers(const unsigned char *const *src, unsigned char *const *dst, int count, int width,
+                     int pixelBytes, const BlurTables &t, unsigned char *ring) {
+    if (count <= 0) return;
 #if defined(__SSE2__)
     if (g_blurFast && pixelBytes == 4 && t.floatDivide) {
-        RowsFourLanes(src, dst, width, row0, row1, t);
+        RowsFourLanes(src, dst, count, width, t);
         return;
     }
 #endif
     std::vector<int> far = FarIndex(width, t.radius);
-    const size_t rowBytes = static_cast<size_t>(width) * pixelBytes;
-    for (int y = row0; y < row1; ++y) {
-        const unsigned char *s = src + y * rowBytes;
-        unsigned char *d = dst + y * rowBytes;
+    for (int i = 0; i < count; ++i) {
         if (pixelBytes == 1)
-            BlurLine<1, BlurStore::Plain>(s, 1, d, 1, width, t, far.data(), ring);
+            BlurLine<1, BlurStore::Plain>(src[i], 1, dst[i], 1, width, t, far.data(), ring);
         else
-            BlurLine<3, BlurStore::Plain>(s, 4, d, 4, width, t, far.data(), ring);
+            BlurLine<3, BlurStore::Plain>(src[i], 4, dst[i], 4, width, t, far.data(), ring);
     }
+}
+}  // namespace
+
+void BlurRows(const unsigned char *src, unsigned char *dst, int width, int row0, int row1, int pixelBytes,
+              const BlurTables &t, unsigned char *ring) {
+    if (row1 <= row0) return;
+    const size_t rowBytes = static_cast<size_t>(width) * pixelBytes;
+    std::vector<const unsigned char *> in;
+    std::vector<unsigned char *> out;
+    for (int y = row0; y < row1; ++y) {
+        in.push_back(src + y * rowBytes);
+        out.push_back(dst + y * rowBytes);
+    }
+    BlurRowPointers(in.data(), out.data(), row1 - row0, width, pixelBytes, t, ring);
 }
 
 namespace {
@@ -173,19 +186,20 @@ void StoreRow(unsigned char *out, const unsigned char *blurred, size_t lanes, bo
 // (pixels entering below, leaving above), which gives the same sums, and so
 // the same bytes, as the ring. Alpha lanes of four-byte pixels are summed
 // along (harmlessly) but never stored.
-void ColumnsRowSweep(const unsigned char *src, unsigned char *dst, int width, int height, int col0, int col1,
-                     int pixelBytes, const BlurTables &t, BlurStore store) {
+template <class RowAt>
+void SweepColumns(RowAt rowAt, unsigned char *dst, int width, int height, int col0, int col1, int pixelBytes,
+                  const BlurTables &t, BlurStore store) {
     const int r = t.radius;
     const size_t rowBytes = static_cast<size_t>(width) * pixelBytes;
     const size_t lane0 = static_cast<size_t>(col0) * pixelBytes, lanes = static_cast<size_t>(col1 - col0) * pixelBytes;
     std::vector<int> sum(lanes), inSum(lanes, 0), outSum(lanes);
-    const unsigned char *row0 = src + lane0;
+    const unsigned char *row0 = rowAt(0) + lane0;
     for (size_t l = 0; l < lanes; ++l) {
         sum[l] = row0[l] * (r + 1) * (r + 2) / 2;
         outSum[l] = row0[l] * (r + 1);
     }
     for (int i = 1; i <= r; ++i) {
-        const unsigned char *p = src + static_cast<size_t>(std::min(i, height - 1)) * rowBytes + lane0;
+        const unsigned char *p = rowAt(std::min(i, height - 1)) + lane0;
         const int weight = r + 1 - i;
         for (size_t l = 0; l < lanes; ++l) {
             inSum[l] += p[l];
@@ -205,15 +219,22 @@ void ColumnsRowSweep(const unsigned char *src, unsigned char *dst, int width, in
         }
         StoreRow(out, b, lanes, pixelBytes == 4, store);
         if (y + 1 == height) break;
-        const unsigned char *in = src + static_cast<size_t>(std::min(y + r + 1, height - 1)) * rowBytes + lane0;
-        const unsigned char *next = src + static_cast<size_t>(y + 1) * rowBytes + lane0;
-        const unsigned char *leaving = src + static_cast<size_t>(std::max(y - r, 0)) * rowBytes + lane0;
+        const unsigned char *in = rowAt(std::min(y + r + 1, height - 1)) + lane0;
+        const unsigned char *next = rowAt(y + 1) + lane0;
+        const unsigned char *leaving = rowAt(std::max(y - r, 0)) + lane0;
         for (size_t l = 0; l < lanes; ++l) {
             sum[l] += inSum[l] + in[l] - outSum[l];
             inSum[l] += in[l] - next[l];
             outSum[l] += next[l] - leaving[l];
         }
     }
+}
+
+void ColumnsRowSweep(const unsigned char *src, unsigned char *dst, int width, int height, int col0, int col1,
+                     int pixelBytes, const BlurTables &t, BlurStore store) {
+    const size_t rowBytes = static_cast<size_t>(width) * pixelBytes;
+    SweepColumns([&](int k) { return src + static_cast<size_t>(k) * rowBytes; }, dst, width, height, col0, col1,
+                 pixelBytes, t, store);
 }
 
 // Rows of four-byte pixels with the four bytes of a pixel in the lanes of
@@ -243,7 +264,7 @@ inline __m128i Times(__m128i v, int k) {
     return _mm_unpacklo_epi32(_mm_shuffle_epi32(even, _MM_SHUFFLE(0, 0, 2, 0)), _mm_shuffle_epi32(odd, _MM_SHUFFLE(0, 0, 2, 0)));
 }
 
-void RowsFourLanes(const unsigned char *src, unsigned char *dst, int width, int row0, int row1, const BlurTables &t) {
+void RowsFourLanes(const unsigned char *const *src, unsigned char *const *dst, int count, int width, const BlurTables &t) {
     const int r = t.radius;
     const __m128 inv = _mm_set1_ps(t.reciprocal);
     struct Row {
@@ -252,8 +273,8 @@ void RowsFourLanes(const unsigned char *src, unsigned char *dst, int width, int 
         __m128i sum, inSum, outSum;
     };
     auto seed = [&](Row &row, int y) {
-        row.p = src + static_cast<size_t>(y) * width * 4;
-        row.out = dst + static_cast<size_t>(y) * width * 4;
+        row.p = src[y];
+        row.out = dst[y];
         const __m128i p0 = Pixel(row.p);
         row.sum = Times(p0, (r + 1) * (r + 2) / 2);
         row.outSum = Times(p0, r + 1);
@@ -274,8 +295,8 @@ void RowsFourLanes(const unsigned char *src, unsigned char *dst, int width, int 
         row.inSum = _mm_sub_epi32(_mm_add_epi32(row.inSum, in), next);
         row.outSum = _mm_sub_epi32(_mm_add_epi32(row.outSum, next), leaving);
     };
-    int y = row0;
-    for (; y + 1 < row1; y += 2) {
+    int y = 0;
+    for (; y + 1 < count; y += 2) {
         Row a, b;
         seed(a, y);
         seed(b, y + 1);
@@ -284,7 +305,7 @@ void RowsFourLanes(const unsigned char *src, unsigned char *dst, int width, int 
             step(b, x);
         }
     }
-    for (; y < row1; ++y) {
+    for (; y < count; ++y) {
         Row a;
         seed(a, y);
         for (int x = 0; x < width; ++x) step(a, x);
@@ -325,6 +346,28 @@ void BlurColumns(const unsigned char *src, unsigned char *dst, int width, int he
 void BlurImage(unsigned char *image, int width, int height, int radius, int pixelBytes, BlurStore store) {
     if (!ValidImage(image, width, height) || radius < 0) return;
     BlurTables t(radius);
+    if (g_blurFast) {
+        // Rows are blurred into a rolling buffer of 2r + 2 rows just before
+        // the vertical sweep needs them, so no whole scratch image goes
+        // through memory. The sweep asks for rows y - r .. y + r + 1 at step
+        // y and writes row y of the image, which no later row reads.
+        const size_t rowBytes = CheckedSize({width, pixelBytes});
+        const int slots = static_cast<int>(std::min<long long>(2LL * radius + 2, height));
+        std::vector<unsigned char> rows(CheckedSize({slots, static_cast<long long>(rowBytes)}));
+        std::vector<unsigned char> ring(CheckedSize({2LL * radius + 1, 3}));
+        int done = -1;
+        auto rowAt = [&](int k) -> const unsigned char * {
+            while (done < k) {
+                ++done;
+                const unsigned char *in = image + static_cast<size_t>(done) * rowBytes;
+                unsigned char *out = rows.data() + static_cast<size_t>(done % slots) * rowBytes;
+                BlurRowPointers(&in, &out, 1, width, pixelBytes, t, ring.data());
+            }
+            return rows.data() + static_cast<size_t>(k % slots) * rowBytes;
+        };
+        SweepColumns(rowAt, image, width, height, 0, width, pixelBytes, t, store);
+        return;
+    }
     std::vector<unsigned char> scratch(CheckedSize({width, height, pixelBytes}));
     std::vector<unsigned char> ring(CheckedSize({2LL * radius + 1, 3}));
     BlurRows(image, scratch.data(), width, 0, height, pixelBytes, t, ring.data());
