@@ -26,7 +26,8 @@ public:
     // m samples of the Lagrange curve through the n points, evenly spaced
     // along their chord. The input is left alone.
     static void LagrangePolyfit(Vector2 *in, int n, Vector2 *out, int m);
-    // Convex hull; the pivot (least y, then greatest x) comes last.
+    // Convex hull as a closed ring from the pivot (least y, then greatest x)
+    // back to it: a square gives 5 points. `out` needs room for n + 1.
     static void CalcConvexHull(Vector2 *in, int n, Vector2 *out, int &count);
     // Crossing test on a closed array: closed[n] repeats closed[0].
     static bool InsidePolygon(Vector2 *closed, int n, Vector2 point);

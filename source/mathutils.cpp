@@ -235,7 +235,10 @@ void CMathUtils::CalcConvexHull(Vector2 *in, int n, Vector2 *out, int &count) {
         list.erase(list.begin() + static_cast<long>(i - 1));
         i = i > 1 ? i - 1 : 1;
     }
-    list[0] = Add(list[0], pivot);
+    // The pivot goes in front of the differences, their running sum gives
+    // the corners, and the pivot is appended: the ring comes back closed,
+    // the pivot first and last.
+    list.insert(list.begin(), pivot);
     for (size_t k = 1; k < list.size(); ++k) list[k] = Add(list[k], list[k - 1]);
     for (size_t k = 0; k < list.size(); ++k) out[k] = list[k];
     out[list.size()] = pivot;

@@ -68,16 +68,19 @@ TEST(Hull, PivotComesLastAndEveryPointIsInside) {
     Vector2 out[8];
     int count = 0;
     CMathUtils::CalcConvexHull(square, 4, out, count);
-    ASSERT_GE(count, 4);
+    ASSERT_EQ(count, 5);  // a closed ring: the pivot first and last
     EXPECT_EQ(out[count - 1].x, 10);  // least y, greatest x
     EXPECT_EQ(out[count - 1].y, 0);
+    EXPECT_EQ(out[0].x, 10);
+    EXPECT_EQ(out[0].y, 0);
     std::mt19937 rng(9);
     std::uniform_real_distribution<float> d(0, 100);
     std::vector<Vector2> pts(60);
     for (Vector2 &p : pts) p = Vector2{std::floor(d(rng)), std::floor(d(rng))};
     std::vector<Vector2> hull(61);
     CMathUtils::CalcConvexHull(pts.data(), 60, hull.data(), count);
-    ASSERT_GE(count, 3);
+    ASSERT_GE(count, 4);
+    --count;  // the closing repeat of the pivot
     // Every point lies on the inner side of every hull edge (or on it), the
     // inner side being given by the hull's own winding.
     double area = 0;
