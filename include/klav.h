@@ -17,6 +17,7 @@
 #include "superfastblur.h"
 #include "contours.h"
 #include "psimagescale.h"
+#include "colortransformer.h"
 #include "mls.h"
 #include "nativeface.h"
 #include "standface.h"

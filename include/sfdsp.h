@@ -57,7 +57,27 @@ public:
                          int dstWidth, int dstHeight, int channels);
 
     // ---- colour-space conversions (HLS, HSL, HSB, Lab)
-    // @colour-members
+    // HLS in doubles 0..1 (always true); the hue rule of HlsToRgb.
+    static bool Color_RgbToHls(unsigned char r, unsigned char g, unsigned char b, double *h, double *l, double *s);
+    static bool Color_HueToRgb(double p, double q, double h, double *out);
+    // Channels out in 0..255 as doubles, unrounded.
+    static bool Color_HlsToRgb(double h, double l, double s, double *r, double *g, double *b);
+    // HSL in bytes, hue 0..255; a grey pixel has hue 170.
+    static void RGBtoHSL(unsigned char r, unsigned char g, unsigned char b, unsigned char *h, unsigned char *s,
+                         unsigned char *l);
+    static void HSLtoRGB(unsigned char h, unsigned char s, unsigned char l, unsigned char *r, unsigned char *g,
+                         unsigned char *b);
+    // HSB: hue in degrees, saturation and brightness 0..1. A hue of 0 gives
+    // grey whatever the saturation.
+    static void RGBtoHSB(int r, int g, int b, float &h, float &s, float &v);
+    static void HSBtoRGB(float h, float s, float v, unsigned char &r, unsigned char &g, unsigned char &b);
+    // Byte-scaled Lab planes (L * 2.5599, a * 1.27 + 128, b * 1.27 + 128)
+    // of an RGBA image whose rows are bytesPerRow apart (at least 4 * width;
+    // otherwise nothing is done); planes are width x height, packed.
+    static void DecomposeToLab(unsigned char *image, int width, int height, int bytesPerRow, unsigned char *L,
+                               unsigned char *a, unsigned char *b);
+    static void RecomposeFromLab(unsigned char *image, int width, int height, int bytesPerRow, unsigned char *L,
+                                 unsigned char *a, unsigned char *b);
 
     // ---- selective colour
     // @selective-members
