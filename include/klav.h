@@ -18,6 +18,7 @@
 #include "contours.h"
 #include "psimagescale.h"
 #include "colortransformer.h"
+#include "kvlut3d.h"
 #include "mls.h"
 #include "nativeface.h"
 #include "standface.h"

@@ -86,7 +86,14 @@ public:
     // @tone-members
 
     // ---- 3D lookup tables
-    // @lut-members
+    // Grid-16 table over the whole image (see CKVLut3D for the layout).
+    static void KVLut3D(unsigned char *image, unsigned char *table, int width, int height);
+    // The same blended by one mask byte a pixel: p + (new - p) * k / 255.
+    static void KVLut3D(unsigned char *image, unsigned char *table, int width, int height, unsigned char *mask);
+    // One pixel with float cell coordinates (byte * scale, e.g. 15 / 255),
+    // written over bytes firstChannel .. endChannel - 1.
+    static void Lut3D16(unsigned char *pixel, unsigned char *table, float scale, int firstChannel, int endChannel);
+    static void Lut3D64(unsigned char *pixel, unsigned char *table, float scale, int firstChannel, int endChannel);
 };
 
 }  // namespace klav
