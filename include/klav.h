@@ -19,6 +19,8 @@
 #include "psimagescale.h"
 #include "colortransformer.h"
 #include "kvlut3d.h"
+#include "pscontrastbrightness.h"
+#include "psblendcolor.h"
 #include "mls.h"
 #include "nativeface.h"
 #include "standface.h"
