@@ -21,6 +21,7 @@
 #include "kvlut3d.h"
 #include "pscontrastbrightness.h"
 #include "psblendcolor.h"
+#include "selectivecolor.h"
 #include "mls.h"
 #include "nativeface.h"
 #include "standface.h"

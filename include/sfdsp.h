@@ -80,7 +80,28 @@ public:
                                  unsigned char *a, unsigned char *b);
 
     // ---- selective colour
-    // @selective-members
+    // One range's adjustment of one pixel added to delta[0..2] (the caller
+    // subtracts it); min/mid/max are the pixel's bytes in ascending order.
+    // Each range tests its condition with strict comparisons, so a tie
+    // belongs to no hue range.
+    static void KVSelectiveColorRed(unsigned char *pixel, int minValue, int midValue, int maxValue, int *delta,
+                                   int cyan, int magenta, int yellow);
+    static void KVSelectiveColorYellow(unsigned char *pixel, int minValue, int midValue, int maxValue, int *delta,
+                                   int cyan, int magenta, int yellow);
+    static void KVSelectiveColorGreen(unsigned char *pixel, int minValue, int midValue, int maxValue, int *delta,
+                                   int cyan, int magenta, int yellow);
+    static void KVSelectiveColorCyan(unsigned char *pixel, int minValue, int midValue, int maxValue, int *delta,
+                                   int cyan, int magenta, int yellow);
+    static void KVSelectiveColorBlue(unsigned char *pixel, int minValue, int midValue, int maxValue, int *delta,
+                                   int cyan, int magenta, int yellow);
+    static void KVSelectiveColorMagenta(unsigned char *pixel, int minValue, int midValue, int maxValue, int *delta,
+                                   int cyan, int magenta, int yellow);
+    static void KVSelectiveColorWhite(unsigned char *pixel, int minValue, int midValue, int maxValue, int *delta,
+                                   int cyan, int magenta, int yellow);
+    static void KVSelectiveColorGray(unsigned char *pixel, int minValue, int midValue, int maxValue, int *delta,
+                                   int cyan, int magenta, int yellow);
+    static void KVSelectiveColorBlack(unsigned char *pixel, int minValue, int midValue, int maxValue, int *delta,
+                                   int cyan, int magenta, int yellow);
 
     // ---- curves, tone routines and mask files
     // @tone-members
