@@ -22,6 +22,7 @@
 #include "pscontrastbrightness.h"
 #include "psblendcolor.h"
 #include "selectivecolor.h"
+#include "sfcurve.h"
 #include "mls.h"
 #include "nativeface.h"
 #include "standface.h"

@@ -104,7 +104,51 @@ public:
                                    int cyan, int magenta, int yellow);
 
     // ---- curves, tone routines and mask files
-    // @tone-members
+    // Mask files: width, height (32-bit little-endian) and the bytes, no
+    // padding. Save refuses a null path or data; false when the file can't
+    // be written.
+    static bool SaveMaskImage(const char *path, unsigned char *data, int width, int height);
+    // Allocates *data with malloc (give it back through klavFree). A short
+    // file still loads (true) with the missing bytes zero. A header whose
+    // sizes are zero or negative, or whose product does not fit an int, is
+    // refused (false) with nothing allocated and the outputs untouched.
+    static bool LoadMaskImage(const char *path, unsigned char **data, int &width, int &height);
+    // Writes width * height * channels bytes after the header; refuses null
+    // data and channel counts below 1.
+    static bool SaveBinChannel(const char *path, unsigned char *data, int width, int height, int channels);
+    // The curve through (0, 0), (x, y), (255, 255) into `table`.
+    static void GeneCurveMiddle(unsigned char *table, int x, int y);
+    // (second * p + first * (100 - p)) / 100, into the second image when
+    // storeInSecond, else the first; a mask scales p by mask / 255.
+    static bool ImageMix(unsigned char *first, unsigned char *second, int width, int height, int percent,
+                         int storeInSecond, unsigned char *mask);
+    // Adds amount times (image - blurred) to the image.
+    static void Sharp(unsigned char *image, unsigned char *blurred, int width, int height, float amount);
+    // Shifts hue (degrees, clamped not wrapped), saturation and brightness
+    // (per cent) in HSB.
+    static void HueSaturationBright(unsigned char *image, int width, int height, int hue, int saturation,
+                                    int brightness);
+    // Saturation change by value per cent (-100 gives grey).
+    static void Saturateconst_Faster(unsigned char *image, long width, long height, long value);
+    // The same on a rectangle, in double precision, positive values counting
+    // three times.
+    static void Saturateconst_Faster(unsigned char *image, long imageWidth, long left, long top, long rectWidth,
+                                     long rectHeight, long value);
+    // A warm colour wash of `strength` 0..1 over pixelCount pixels.
+    static void HQCColor(unsigned char *image, int pixelCount, float strength);
+    // A mask of the brightest part of the masked region into `result`.
+    static void ShadowHighlightZdk(unsigned char *image, int width, int height, unsigned char *mask,
+                                   unsigned char *result);
+    // Automatic tone: stretches the levels between the 0.5th and 99.5th
+    // percentiles of the histogram to 0..255, blended with the image by
+    // `strength` 0..1 (0 leaves the image). keepColour true takes one
+    // stretch from the luminance for all three channels (the colour balance
+    // stays); false stretches each channel on its own, which also removes a
+    // colour cast. Byte 3 stays.
+    static void AdjustTone(unsigned char *image, int width, int height, float strength, bool keepColour);
+    // A gentle warm beautifying tone: mid-tones lifted a little, red warmed
+    // and blue cooled most in the mid-tones, black and white kept.
+    static void WeiMei(unsigned char *image, int width, int height);
 
     // ---- 3D lookup tables
     // Grid-16 table over the whole image (see CKVLut3D for the layout).
