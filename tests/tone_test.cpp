@@ -24,7 +24,7 @@ std::string TempPath(const char *name) { return std::string("/tmp/klav-tone-") +
 void WriteBytes(const std::string &path, const std::vector<unsigned char> &bytes) {
     FILE *f = std::fopen(path.c_str(), "wb");
     ASSERT_NE(f, nullptr);
-    std::fwrite(bytes.data(), 1, bytes.size(), f);
+    if (!bytes.empty()) std::fwrite(bytes.data(), 1, bytes.size(), f);
     std::fclose(f);
 }
 }  // namespace
