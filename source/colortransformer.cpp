@@ -26,6 +26,14 @@ std::once_flag g_ycbcrOnce, g_grayOnce, g_decodeOnce;
 
 }  // namespace
 
+namespace detail {
+// Whether the channel form computes the table products directly (the fast
+// path) or looks them up (the plain path); the bytes are the same.
+bool g_channelArithmetic = true;
+}  // namespace detail
+
+using detail::g_channelArithmetic;
+
 CColorTransformer::CColorTransformer() {}
 
 CColorTransformer *CColorTransformer::GetInstance() {
@@ -111,18 +119,41 @@ void CColorTransformer::sRGB_Pixel_RGB2GRAY_Fast(unsigned char &r, unsigned char
 void CColorTransformer::sRGB_Channel_RGB2YCbCr_Fast(unsigned char *image, unsigned char *y, unsigned char *cb,
                                                     unsigned char *cr, int pixelCount) {
     if (!image || !y || !cb || !cr || pixelCount <= 0) return;
+    FillYCbCrTables();
+    if (g_channelArithmetic) {
+        // Every table entry is its index times a constant, so the products
+        // can be formed directly, which the compiler spreads over vector
+        // lanes; the sums, and so the bytes, are those of the tables.
+        for (int i = 0; i < pixelCount; ++i) {
+            const unsigned char *p = image + static_cast<size_t>(i) * 4;
+            const int r = p[0], g = p[1], b = p[2];
+            y[i] = static_cast<unsigned char>((4915 * r + 9667 * g + 1802 * b + 8192) >> 14);
+            const int u = (-2764 * r - 5428 * g + 8192 * b + 2105344) >> 14;
+            const int v = (8192 * r - 6860 * g - 1332 * b + 2105344) >> 14;
+            cb[i] = static_cast<unsigned char>(u < 0 ? 0 : (u > 255 ? 255 : u));
+            cr[i] = static_cast<unsigned char>(v < 0 ? 0 : (v > 255 ? 255 : v));
+        }
+        return;
+    }
+    // The per-pixel formulas with the tables filled once for the buffer.
     for (int i = 0; i < pixelCount; ++i) {
-        unsigned char *p = image + static_cast<size_t>(i) * 4;
-        RGB2YCbCr_Fast(p[0], p[1], p[2], y[i], cb[i], cr[i]);
+        const unsigned char *p = image + static_cast<size_t>(i) * 4;
+        y[i] = static_cast<unsigned char>((m_yR[p[0]] + m_yG[p[1]] + m_yB[p[2]] + 8192) >> 14);
+        cb[i] = ClampByte((m_cbR[p[0]] + m_cbG[p[1]] + m_cbB[p[2]] + 2105344) >> 14);
+        cr[i] = ClampByte((m_crR[p[0]] + m_crG[p[1]] + m_crB[p[2]] + 2105344) >> 14);
     }
 }
 
 void CColorTransformer::sRGB_Channel_YCbCr2RGB_Fast(unsigned char *image, unsigned char *y, unsigned char *cb,
                                                     unsigned char *cr, int pixelCount) {
     if (!image || !y || !cb || !cr || pixelCount <= 0) return;
+    FillYCbCrTables();
     for (int i = 0; i < pixelCount; ++i) {
         unsigned char *p = image + static_cast<size_t>(i) * 4;
-        YCbCr2RGB_Fast(y[i], cb[i], cr[i], p[0], p[1], p[2]);
+        const int base = y[i] * 16384 + 8192;
+        p[0] = ClampByte((base + m_rFromCr[cr[i]]) >> 14);
+        p[1] = ClampByte((base - m_gFromCb[cb[i]] - m_gFromCr[cr[i]]) >> 14);
+        p[2] = ClampByte((base + m_bFromCb[cb[i]]) >> 14);
     }
 }
 

@@ -105,6 +105,29 @@ TEST(ColourRoundTrips, WithinWhatTheArithmeticAllows) {
     EXPECT_LE(worstHsl, 16);
 }
 
+namespace klav {
+namespace detail {
+extern bool g_channelArithmetic;
+}
+}  // namespace klav
+
+TEST(ColourPlanes, ArithmeticChannelFormGivesTheTableBytes) {
+    // Every colour once: the direct products against the table lookups.
+    const int n = 1 << 24;
+    std::vector<unsigned char> img(static_cast<size_t>(n) * 4);
+    for (int i = 0; i < n; ++i) {
+        img[static_cast<size_t>(i) * 4] = static_cast<unsigned char>(i);
+        img[static_cast<size_t>(i) * 4 + 1] = static_cast<unsigned char>(i >> 8);
+        img[static_cast<size_t>(i) * 4 + 2] = static_cast<unsigned char>(i >> 16);
+    }
+    std::vector<unsigned char> y1(n), b1(n), r1(n), y2(n), b2(n), r2(n);
+    detail::g_channelArithmetic = false;
+    CColorTransformer::GetInstance()->sRGB_Channel_RGB2YCbCr_Fast(img.data(), y1.data(), b1.data(), r1.data(), n);
+    detail::g_channelArithmetic = true;
+    CColorTransformer::GetInstance()->sRGB_Channel_RGB2YCbCr_Fast(img.data(), y2.data(), b2.data(), r2.data(), n);
+    EXPECT_TRUE(y1 == y2 && b1 == b2 && r1 == r2);
+}
+
 TEST(ColourPlanes, ChannelFormsAndLabPlanesKeepAlphaAndPadding) {
     CColorTransformer *ct = CColorTransformer::GetInstance();
     const int n = 3000;
