@@ -181,6 +181,63 @@ void FaceDemos(const std::string &input, const RgbaImage &src) {
     Save("points310.png", points.pixels.data(), img.width, img.height, 4);
 }
 
+// A grid-16 table in the documented layout (blue in 4 x 4 tiles of 16 x 16).
+std::vector<unsigned char> LutTable(bool graded) {
+    std::vector<unsigned char> t(64 * 64 * 4);
+    for (int b = 0; b < 16; ++b)
+        for (int g = 0; g < 16; ++g)
+            for (int r = 0; r < 16; ++r) {
+                unsigned char *p = &t[(static_cast<size_t>((b / 4) * 16 + g) * 64 + (b % 4) * 16 + r) * 4];
+                const double R = r / 15.0, G = g / 15.0, B = b / 15.0;
+                if (graded) {
+                    // A warm film look: lifted blacks, warm highlights, teal shadows.
+                    const double luma = 0.3 * R + 0.59 * G + 0.11 * B;
+                    p[0] = static_cast<unsigned char>(std::lround(255 * (0.06 + 0.9 * std::pow(R, 0.9) + 0.04 * luma)));
+                    p[1] = static_cast<unsigned char>(std::lround(255 * (0.05 + 0.9 * G)));
+                    p[2] = static_cast<unsigned char>(std::lround(255 * (0.08 + 0.82 * B + 0.05 * (1 - luma))));
+                } else {
+                    p[0] = static_cast<unsigned char>(r * 17), p[1] = static_cast<unsigned char>(g * 17), p[2] = static_cast<unsigned char>(b * 17);
+                }
+                p[3] = 255;
+            }
+    return t;
+}
+
+void ToneDemos(const RgbaImage &src) {
+    std::printf("tone and colour\n");
+    RgbaImage img = src;
+    double ms = TimeMs([&] { klav::PSContrastBrightness().Run(img.pixels.data(), img.width, img.height, 25.0f, 20.0f); });
+    std::printf("  brightness 25, contrast 20: %.2f ms\n", ms);
+    Save("tone_brightness_contrast.png", img.pixels.data(), img.width, img.height, 4);
+
+    img = src;
+    klav::CSelectiveColor selective;
+    selective.SetSelectiveColor(klav::KV_SELECTIVE_RED, -10, 15, 20, 0);     // warmer, richer reds
+    selective.SetSelectiveColor(klav::KV_SELECTIVE_BLUE, 30, 0, -30, 10);    // deeper blues
+    ms = TimeMs([&] { selective.Execute(img.pixels.data(), img.width, img.height, nullptr); });
+    std::printf("  selective colour (reds and blues): %.2f ms\n", ms);
+    Save("tone_selective_colour.png", img.pixels.data(), img.width, img.height, 4);
+
+    img = src;
+    klav::SFCurve curve;
+    klav::KvPointI points[4] = {klav::KvPointI(0, 0), klav::KvPointI(64, 52), klav::KvPointI(190, 205), klav::KvPointI(255, 255)};
+    curve.GetCurveByPoints(points, 4, klav::SFCurve::CHANNEL_MASTER);
+    curve.ApplyCurve(klav::SFCurve::CHANNEL_MASTER, img.pixels.data(), img.height, img.width);
+    Save("tone_curve_s.png", img.pixels.data(), img.width, img.height, 4);
+
+    img = src;
+    klav::SFDSP::WeiMei(img.pixels.data(), img.width, img.height);
+    Save("tone_warm.png", img.pixels.data(), img.width, img.height, 4);
+
+    for (bool graded : {false, true}) {
+        img = src;
+        std::vector<unsigned char> table = LutTable(graded);
+        ms = TimeMs([&] { klav::CKVLut3D::Run(img.pixels.data(), table.data(), img.width, img.height, false, true); });
+        std::printf("  3D lookup table (%s): %.2f ms\n", graded ? "graded" : "identity", ms);
+        Save(graded ? "lut_graded.png" : "lut_identity.png", img.pixels.data(), img.width, img.height, 4);
+    }
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
@@ -198,6 +255,7 @@ int main(int argc, char **argv) {
     Save("input.png", img.pixels.data(), img.width, img.height, 4);
     BlurDemos(img);
     ScaleDemos(img);
+    ToneDemos(img);
     FaceDemos(input, img);
     std::printf("done: results in %s\n", g_outDir.c_str());
     return 0;
