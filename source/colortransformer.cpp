@@ -14,13 +14,8 @@ namespace klav {
 
 namespace {
 
-inline unsigned char ClampByte(int v) { return static_cast<unsigned char>(v < 0 ? 0 : (v > 255 ? 255 : v)); }
-
-// A float to a byte by truncation, clamped to 0..255 first; NaN gives 0.
-inline unsigned char TruncByte(double v) {
-    if (!(v > 0)) return 0;
-    return v >= 255 ? 255 : static_cast<unsigned char>(v);
-}
+using detail::ClampByte;
+using detail::TruncByte;
 
 std::once_flag g_ycbcrOnce, g_grayOnce, g_decodeOnce;
 

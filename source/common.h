@@ -54,6 +54,16 @@ inline int SaturateToInt(float v) {
     return static_cast<int>(v);
 }
 
+// An int to a byte, clamped to 0..255.
+inline unsigned char ClampByte(int v) { return static_cast<unsigned char>(v < 0 ? 0 : (v > 255 ? 255 : v)); }
+
+// A real number to a byte by truncation, clamped to 0..255 first; NaN
+// gives 0.
+inline unsigned char TruncByte(double v) {
+    if (!(v > 0)) return 0;
+    return v >= 255 ? 255 : static_cast<unsigned char>(v);
+}
+
 // Argument checks used at the head of public entries.
 inline bool ValidImage(const void *data, int width, int height) {
     return data != nullptr && width > 0 && height > 0;

@@ -15,11 +15,8 @@
 namespace klav {
 
 namespace {
-inline unsigned char ClampByte(int v) { return static_cast<unsigned char>(v < 0 ? 0 : (v > 255 ? 255 : v)); }
-inline unsigned char TruncByte(double v) {
-    if (!(v > 0)) return 0;
-    return v >= 255 ? 255 : static_cast<unsigned char>(v);
-}
+using detail::ClampByte;
+using detail::TruncByte;
 void Identity(unsigned char *t) {
     for (int i = 0; i < 256; ++i) t[i] = static_cast<unsigned char>(i);
 }
