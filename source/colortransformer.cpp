@@ -9,6 +9,10 @@
 #include <cmath>
 #include <algorithm>
 #include <mutex>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#include <cstring>
+#endif
 
 namespace klav {
 
@@ -117,9 +121,37 @@ void CColorTransformer::sRGB_Channel_RGB2YCbCr_Fast(unsigned char *image, unsign
     FillYCbCrTables();
     if (g_channelArithmetic) {
         // Every table entry is its index times a constant, so the products
-        // can be formed directly, which the compiler spreads over vector
-        // lanes; the sums, and so the bytes, are those of the tables.
-        for (int i = 0; i < pixelCount; ++i) {
+        // can be formed directly; the sums, and so the bytes, are those of
+        // the tables. SSE2 (the x86-64 baseline) takes four pixels a step.
+        int i = 0;
+#if defined(__SSE2__)
+        const __m128i wy = _mm_setr_epi16(4915, 9667, 1802, 0, 4915, 9667, 1802, 0);
+        const __m128i wcb = _mm_setr_epi16(-2764, -5428, 8192, 0, -2764, -5428, 8192, 0);
+        const __m128i wcr = _mm_setr_epi16(8192, -6860, -1332, 0, 8192, -6860, -1332, 0);
+        const __m128i zero = _mm_setzero_si128();
+        const __m128i roundY = _mm_set1_epi32(8192), roundC = _mm_set1_epi32(2105344);
+        // Sums of adjacent lane pairs of two madd results: the value of each
+        // of four pixels.
+        auto pixelSums = [&](__m128i lo, __m128i hi, __m128i w) {
+            const __m128i a = _mm_madd_epi16(lo, w), b = _mm_madd_epi16(hi, w);
+            const __m128i evens = _mm_castps_si128(_mm_shuffle_ps(_mm_castsi128_ps(a), _mm_castsi128_ps(b), _MM_SHUFFLE(2, 0, 2, 0)));
+            const __m128i odds = _mm_castps_si128(_mm_shuffle_ps(_mm_castsi128_ps(a), _mm_castsi128_ps(b), _MM_SHUFFLE(3, 1, 3, 1)));
+            return _mm_add_epi32(evens, odds);
+        };
+        auto store4 = [&](unsigned char *out, __m128i v) {
+            const __m128i packed = _mm_packus_epi16(_mm_packs_epi32(v, v), zero);
+            const int32_t word = _mm_cvtsi128_si32(packed);
+            std::memcpy(out, &word, 4);
+        };
+        for (; i + 4 <= pixelCount; i += 4) {
+            const __m128i px = _mm_loadu_si128(reinterpret_cast<const __m128i *>(image + static_cast<size_t>(i) * 4));
+            const __m128i lo = _mm_unpacklo_epi8(px, zero), hi = _mm_unpackhi_epi8(px, zero);
+            store4(y + i, _mm_srai_epi32(_mm_add_epi32(pixelSums(lo, hi, wy), roundY), 14));
+            store4(cb + i, _mm_srai_epi32(_mm_add_epi32(pixelSums(lo, hi, wcb), roundC), 14));
+            store4(cr + i, _mm_srai_epi32(_mm_add_epi32(pixelSums(lo, hi, wcr), roundC), 14));
+        }
+#endif
+        for (; i < pixelCount; ++i) {
             const unsigned char *p = image + static_cast<size_t>(i) * 4;
             const int r = p[0], g = p[1], b = p[2];
             y[i] = static_cast<unsigned char>((4915 * r + 9667 * g + 1802 * b + 8192) >> 14);
