@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <algorithm>
 #include <cstdlib>
 #include <vector>
 
@@ -61,6 +62,25 @@ TEST(ColourValues, FixedPointsOfEachFamily) {
     EXPECT_EQ(ap[0], 128);
     EXPECT_EQ(bp[0], 128);
     EXPECT_EQ(Lp[1], 255);
+}
+
+TEST(ColourValues, HslOfEveryColourFollowsTheIntegerRules) {
+    for (int r = 0; r < 256; ++r)
+        for (int g = 0; g < 256; ++g)
+            for (int b = 0; b < 256; b += 3) {
+                unsigned char h, s, l;
+                SFDSP::RGBtoHSL(r, g, b, &h, &s, &l);
+                const int mx = std::max(r, std::max(g, b)), mn = std::min(r, std::min(g, b)), sum = mx + mn;
+                int H = 170, S = 0;
+                if (mx != mn) {
+                    const int d = mx - mn;
+                    S = (sum + 1) / 2 > 127 ? d * 255 / (510 - sum) : d * 255 / sum;
+                    H = r == mx ? (g - b) * 42 / d : g == mx ? (b - r) * 42 / d + 85 : (r - g) * 42 / d - 86;
+                }
+                ASSERT_EQ(h, static_cast<unsigned char>(H & 255)) << r << " " << g << " " << b;
+                ASSERT_EQ(s, S);
+                ASSERT_EQ(l, (sum + 1) >> 1);
+            }
 }
 
 TEST(ColourRoundTrips, WithinWhatTheArithmeticAllows) {
