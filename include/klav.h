@@ -23,6 +23,7 @@
 #include "psblendcolor.h"
 #include "selectivecolor.h"
 #include "sfcurve.h"
+#include "kmeans.h"
 #include "mls.h"
 #include "nativeface.h"
 #include "standface.h"
