@@ -33,8 +33,8 @@ void YCbCrOurs(benchmark::State &state) {
 void HslOurs(benchmark::State &state) {
     std::vector<unsigned char> img = BenchImage(kW, kH, 4), hsl(kW * kH * 3);
     for (auto _ : state) {
-        for (size_t i = 0; i < static_cast<size_t>(kW) * kH; ++i)
-            klav::SFDSP::RGBtoHSL(img[i * 4], img[i * 4 + 1], img[i * 4 + 2], &hsl[i * 3], &hsl[i * 3 + 1], &hsl[i * 3 + 2]);
+        klav::SFDSP::DecomposeToHSL(img.data(), kW, kH, kW * 4, hsl.data(), hsl.data() + kW * kH,
+                                    hsl.data() + 2 * kW * kH);
         benchmark::DoNotOptimize(hsl.data());
     }
 }

@@ -67,6 +67,12 @@ public:
                          unsigned char *l);
     static void HSLtoRGB(unsigned char h, unsigned char s, unsigned char l, unsigned char *r, unsigned char *g,
                          unsigned char *b);
+    // RGBtoHSL over an RGBA image whose rows are bytesPerRow apart (at least
+    // 4 * width), into three packed width x height planes; the bytes are
+    // those of RGBtoHSL pixel by pixel. False, with nothing written, for a
+    // null pointer, a non-positive size or a short row.
+    static bool DecomposeToHSL(const unsigned char *image, int width, int height, int bytesPerRow, unsigned char *h,
+                               unsigned char *s, unsigned char *l);
     // HSB: hue in degrees, saturation and brightness 0..1. A hue of 0 gives
     // grey whatever the saturation.
     static void RGBtoHSB(int r, int g, int b, float &h, float &s, float &v);

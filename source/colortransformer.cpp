@@ -12,6 +12,7 @@
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #include <cstring>
+#include <cstdint>
 #endif
 
 namespace klav {
@@ -29,6 +30,9 @@ namespace detail {
 // Whether the channel form computes the table products directly (the fast
 // path) or looks them up (the plain path); the bytes are the same.
 bool g_channelArithmetic = true;
+// Whether DecomposeToHSL takes four pixels a step in SSE2 (the fast path)
+// or calls RGBtoHSL for each pixel (the plain path); the bytes are the same.
+bool g_hslVector = true;
 }  // namespace detail
 
 using detail::g_channelArithmetic;
@@ -288,6 +292,96 @@ void SFDSP::RGBtoHSL(unsigned char r, unsigned char g, unsigned char b, unsigned
     if (h) *h = static_cast<unsigned char>(H & 255);
     if (s) *s = static_cast<unsigned char>(S);
     if (l) *l = static_cast<unsigned char>(L);
+}
+
+#if defined(__SSE2__)
+namespace {
+
+// Truncating quotients of four lanes of integers held exactly in floats
+// (|num| and |num| + den below 2^24, den > 0). The float quotient is
+// correctly rounded, so its truncation is the integer quotient or, when the
+// exact quotient lies just under an integer, one more in magnitude; the
+// product check, exact in floats, takes that step back.
+inline __m128i TruncDiv4(__m128 num, __m128 den) {
+    __m128i q = _mm_cvttps_epi32(_mm_div_ps(num, den));
+    const __m128 back = _mm_mul_ps(_mm_cvtepi32_ps(q), den);
+    const __m128 zero = _mm_setzero_ps();
+    const __m128i over = _mm_castps_si128(_mm_and_ps(_mm_cmpgt_ps(back, num), _mm_cmpge_ps(num, zero)));
+    const __m128i under = _mm_castps_si128(_mm_and_ps(_mm_cmplt_ps(back, num), _mm_cmplt_ps(num, zero)));
+    // A true lane is -1: adding it steps down, subtracting steps up.
+    return _mm_sub_epi32(_mm_add_epi32(q, over), under);
+}
+
+// RGBtoHSL of four RGBA pixels, as 32-bit lanes of hue, saturation and
+// lightness, each 0..255.
+inline void Hsl4(__m128i px, __m128i &hue, __m128i &sat, __m128i &lightness) {
+    const __m128i byte = _mm_set1_epi32(255);
+    const __m128i r = _mm_and_si128(px, byte), g = _mm_and_si128(_mm_srli_epi32(px, 8), byte),
+                  b = _mm_and_si128(_mm_srli_epi32(px, 16), byte);
+    // The lanes hold values below 2^15 with zero upper halves, so the 16-bit
+    // maximum and minimum are those of the 32-bit lanes.
+    const __m128i mx = _mm_max_epi16(r, _mm_max_epi16(g, b)), mn = _mm_min_epi16(r, _mm_min_epi16(g, b));
+    const __m128i sum = _mm_add_epi32(mx, mn), d = _mm_sub_epi32(mx, mn);
+    const __m128i L = _mm_srli_epi32(_mm_add_epi32(sum, _mm_set1_epi32(1)), 1);
+    const __m128i grey = _mm_cmpeq_epi32(d, _mm_setzero_si128());
+    // Grey lanes divide by one and are replaced afterwards.
+    const __m128i one = _mm_set1_epi32(1);
+    const __m128i light = _mm_cmpgt_epi32(L, _mm_set1_epi32(127));
+    __m128i sDen = _mm_or_si128(_mm_and_si128(light, _mm_sub_epi32(_mm_set1_epi32(510), sum)),
+                                _mm_andnot_si128(light, sum));
+    sDen = _mm_or_si128(_mm_andnot_si128(grey, sDen), _mm_and_si128(grey, one));
+    const __m128i dDen = _mm_or_si128(_mm_andnot_si128(grey, d), _mm_and_si128(grey, one));
+    const __m128 dDenF = _mm_cvtepi32_ps(dDen);
+    // d * 255 fits 16 bits unsigned; madd of (d, 0) lanes with (255, 0).
+    const __m128i S = TruncDiv4(_mm_cvtepi32_ps(_mm_madd_epi16(d, byte)), _mm_cvtepi32_ps(sDen));
+    // The hue sector: red first, then green, then blue, as the scalar rule.
+    const __m128i isR = _mm_cmpeq_epi32(r, mx);
+    const __m128i isG = _mm_andnot_si128(isR, _mm_cmpeq_epi32(g, mx));
+    const __m128i isB = _mm_andnot_si128(_mm_or_si128(isR, isG), _mm_set1_epi32(-1));
+    const __m128i diff = _mm_or_si128(_mm_or_si128(_mm_and_si128(isR, _mm_sub_epi32(g, b)),
+                                                   _mm_and_si128(isG, _mm_sub_epi32(b, r))),
+                                      _mm_and_si128(isB, _mm_sub_epi32(r, g)));
+    const __m128i offset = _mm_or_si128(_mm_and_si128(isG, _mm_set1_epi32(85)), _mm_and_si128(isB, _mm_set1_epi32(-86)));
+    const __m128 hueNum = _mm_mul_ps(_mm_cvtepi32_ps(diff), _mm_set1_ps(42.0f));
+    __m128i H = _mm_add_epi32(TruncDiv4(hueNum, dDenF), offset);
+    H = _mm_or_si128(_mm_andnot_si128(grey, H), _mm_and_si128(grey, _mm_set1_epi32(170)));
+    hue = _mm_and_si128(H, byte);
+    sat = _mm_andnot_si128(grey, S);
+    lightness = L;
+}
+
+// Sixteen lanes of 0..255 in four vectors, packed to sixteen bytes.
+inline void Store16(unsigned char *out, const __m128i (&v)[4]) {
+    const __m128i lo = _mm_packs_epi32(v[0], v[1]), hi = _mm_packs_epi32(v[2], v[3]);
+    _mm_storeu_si128(reinterpret_cast<__m128i *>(out), _mm_packus_epi16(lo, hi));
+}
+
+}  // namespace
+#endif
+
+bool SFDSP::DecomposeToHSL(const unsigned char *image, int width, int height, int bytesPerRow, unsigned char *h,
+                           unsigned char *s, unsigned char *l) {
+    if (!detail::ValidImage(image, width, height) || !h || !s || !l || bytesPerRow < 4LL * width) return false;
+    for (int y = 0; y < height; ++y) {
+        const unsigned char *row = image + static_cast<size_t>(y) * bytesPerRow;
+        const size_t at = static_cast<size_t>(y) * width;
+        int x = 0;
+#if defined(__SSE2__)
+        if (detail::g_hslVector) {
+            for (; x + 16 <= width; x += 16) {
+                __m128i hv[4], sv[4], lv[4];
+                for (int k = 0; k < 4; ++k)
+                    Hsl4(_mm_loadu_si128(reinterpret_cast<const __m128i *>(row + 4 * (x + 4 * k))), hv[k], sv[k], lv[k]);
+                Store16(h + at + x, hv);
+                Store16(s + at + x, sv);
+                Store16(l + at + x, lv);
+            }
+        }
+#endif
+        for (; x < width; ++x)
+            RGBtoHSL(row[4 * x], row[4 * x + 1], row[4 * x + 2], h + at + x, s + at + x, l + at + x);
+    }
+    return true;
 }
 
 void SFDSP::HSLtoRGB(unsigned char h, unsigned char s, unsigned char l, unsigned char *r, unsigned char *g,

@@ -128,6 +128,7 @@ TEST(ColourRoundTrips, WithinWhatTheArithmeticAllows) {
 namespace klav {
 namespace detail {
 extern bool g_channelArithmetic;
+extern bool g_hslVector;
 }
 }  // namespace klav
 
@@ -184,4 +185,38 @@ TEST(ColourPlanes, ChannelFormsAndLabPlanesKeepAlphaAndPadding) {
     std::vector<unsigned char> untouched(L);
     SFDSP::DecomposeToLab(padded.data(), w, h, 4 * w - 1, L.data(), a.data(), b.data());
     EXPECT_EQ(L, untouched);
+}
+
+TEST(ColourPlanes, HslPlanesGiveThePixelBytesOnBothPaths) {
+    // Every colour once, in rows of 4099 pixels so that the vector steps
+    // leave a scalar tail, with a row stride wider than the pixels.
+    const int n = 1 << 24, w = 4099, h = (n + w - 1) / w, stride = w * 4 + 12;
+    std::vector<unsigned char> img(static_cast<size_t>(stride) * h, 7);
+    for (int i = 0; i < n; ++i) {
+        unsigned char *p = img.data() + static_cast<size_t>(i / w) * stride + (i % w) * 4;
+        p[0] = static_cast<unsigned char>(i), p[1] = static_cast<unsigned char>(i >> 8);
+        p[2] = static_cast<unsigned char>(i >> 16);
+    }
+    const size_t planes = static_cast<size_t>(w) * h;
+    std::vector<unsigned char> h1(planes), s1(planes), l1(planes), h2(planes), s2(planes), l2(planes);
+    detail::g_hslVector = false;
+    ASSERT_TRUE(SFDSP::DecomposeToHSL(img.data(), w, h, stride, h1.data(), s1.data(), l1.data()));
+    detail::g_hslVector = true;
+    ASSERT_TRUE(SFDSP::DecomposeToHSL(img.data(), w, h, stride, h2.data(), s2.data(), l2.data()));
+    EXPECT_TRUE(h1 == h2 && s1 == s2 && l1 == l2);
+    // The plain path is the pixel routine; spot-check it against a direct call.
+    for (int i = 0; i < n; i += 9973) {
+        unsigned char hh, ss, ll;
+        SFDSP::RGBtoHSL(i & 255, (i >> 8) & 255, i >> 16, &hh, &ss, &ll);
+        ASSERT_EQ(hh, h2[i]);
+        ASSERT_EQ(ss, s2[i]);
+        ASSERT_EQ(ll, l2[i]);
+    }
+    // Refusals leave the planes alone.
+    std::vector<unsigned char> untouched = h2;
+    EXPECT_FALSE(SFDSP::DecomposeToHSL(img.data(), w, h, w * 4 - 1, h2.data(), s2.data(), l2.data()));
+    EXPECT_FALSE(SFDSP::DecomposeToHSL(nullptr, w, h, stride, h2.data(), s2.data(), l2.data()));
+    EXPECT_FALSE(SFDSP::DecomposeToHSL(img.data(), 0, h, stride, h2.data(), s2.data(), l2.data()));
+    EXPECT_FALSE(SFDSP::DecomposeToHSL(img.data(), w, h, stride, h2.data(), nullptr, l2.data()));
+    EXPECT_TRUE(h2 == untouched);
 }
