@@ -32,5 +32,7 @@
 #include "interpoint.h"
 #include "unsharpmask.h"
 #include "brighteye.h"
+#include "texturemapping.h"
+#include "thinface.h"
 
 #endif
