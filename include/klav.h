@@ -33,6 +33,7 @@
 #include "unsharpmask.h"
 #include "brighteye.h"
 #include "texturemapping.h"
+#include "liquify.h"
 #include "thinface.h"
 
 #endif

@@ -122,8 +122,16 @@ enum _IMAGE_CHANNEL { KV_CHANNEL_RED = 1, KV_CHANNEL_GREEN = 2, KV_CHANNEL_BLUE 
 // other value a third cubic kernel.
 enum eScaleMode { KV_SCALE_BILINEAR = 0, KV_SCALE_CUBIC_SOFT = 1, KV_SCALE_CUBIC = 2, KV_SCALE_CUBIC_SHARP = 3 };
 
-// Liquify stroke mode; 2 is the dragging stroke.
-enum DeformMode { KV_DEFORM_MODE0 = 0, KV_DEFORM_MODE1 = 1, KV_DEFORM_DRAG = 2 };
+// Liquify stroke mode (CLiquify); 2 is the dragging stroke, resampled along
+// the drag, and a negative strength forces the bulge.
+enum DeformMode {
+    DEFORM_PINCH = 0,    // pixels drawn toward the centre
+    DEFORM_BULGE = 1,    // pixels pushed from the centre
+    DEFORM_MOVE = 2,     // along the stroke
+    DEFORM_RESTORE = 3,  // shrink the displacement
+    DEFORM_TWIRL_A = 4,  // twirl one way
+    DEFORM_TWIRL_B = 5   // twirl the other way
+};
 
 // Polygon fill: 0 direct fill, 1 and 3 one fill, 2 vertical fill.
 enum KVPolygonType { KV_POLYGON_DIRECT = 0, KV_POLYGON_ONE = 1, KV_POLYGON_VERTICAL = 2, KV_POLYGON_ONE3 = 3 };

@@ -311,14 +311,19 @@ void CThinFace::MoveEyesPoint(float strength) {
     }
 }
 
-void CThinFace::UpdataPointCPP(unsigned char *image, float strength) {
-    MoveFacePoint(strength);
-    const size_t bytes = detail::CheckedSize({m_width, m_height, 4});
+// Redraws the image from a copy of itself through the mesh.
+static void RedrawThroughMesh(TextureMapping &mapper, unsigned char *image, int width, int height, Vector2 *from,
+                       Vector2 *to, const TriangleTable &table) {
+    const size_t bytes = detail::CheckedSize({width, height, 4});
     std::unique_ptr<unsigned char[]> copy(new unsigned char[bytes]);
     std::memcpy(copy.get(), image, bytes);
-    const TriangleTable &table = FaceTriangles();
-    m_mapper.DrawTextureList(copy.get(), image, m_width, m_height, m_faceSrc.data(), m_faceDst.data(),
-                             const_cast<unsigned short *>(table.indices.data()), table.count);
+    mapper.DrawTextureList(copy.get(), image, width, height, from, to,
+                           const_cast<unsigned short *>(table.indices.data()), table.count);
+}
+
+void CThinFace::UpdataPointCPP(unsigned char *image, float strength) {
+    MoveFacePoint(strength);
+    RedrawThroughMesh(m_mapper, image, m_width, m_height, m_faceSrc.data(), m_faceDst.data(), FaceTriangles());
 }
 
 void CThinFace::RunBigEyes(Vector2 *landmarks, unsigned char *image, int width, int height, float strength) {
@@ -327,12 +332,7 @@ void CThinFace::RunBigEyes(Vector2 *landmarks, unsigned char *image, int width, 
     m_height = height;
     m_landmarks = landmarks;
     MoveEyesPoint(strength);
-    const size_t bytes = detail::CheckedSize({width, height, 4});
-    std::unique_ptr<unsigned char[]> copy(new unsigned char[bytes]);
-    std::memcpy(copy.get(), image, bytes);
-    const TriangleTable &table = EyeTriangles();
-    m_mapper.DrawTextureList(copy.get(), image, width, height, m_eyeSrc.data(), m_eyeDst.data(),
-                             const_cast<unsigned short *>(table.indices.data()), table.count);
+    RedrawThroughMesh(m_mapper, image, width, height, m_eyeSrc.data(), m_eyeDst.data(), EyeTriangles());
 }
 
 }  // namespace klav
