@@ -9,6 +9,10 @@
 
 namespace klav {
 
+namespace detail {
+bool g_spanVector = true;
+}  // namespace detail
+
 namespace {
 
 bool SameCorners(const Vector2 *a, const Vector2 *b) {
@@ -24,9 +28,11 @@ inline Vector2 Map(const Matrix3 &m, float x, float y) {
 
 // Runs the scan over each triangle that is drawn and calls pixel(p, s) for
 // every covered destination pixel p with its source position s.
-template <class Pixel>
+// The fast span path is taken where one is given (fastSpan not null) and the
+// switch allows it; it returns the first pixel it left to the plain path.
+template <class Pixel, class Span>
 void DrawTriangles(Vector2 *srcPoints, Vector2 *dstPoints, const unsigned short *indices, int count, int dstWidth,
-                   int dstHeight, bool skipUnmoved, Pixel pixel) {
+                   int dstHeight, bool skipUnmoved, Pixel pixel, Span fastSpan) {
     if (!srcPoints || !dstPoints || !indices || count <= 0 || dstWidth <= 0 || dstHeight <= 0) return;
     for (int t = 0; t < count; ++t) {
         Vector2 s[3], d[3];
@@ -38,6 +44,7 @@ void DrawTriangles(Vector2 *srcPoints, Vector2 *dstPoints, const unsigned short 
         if (detail::TriangleOutOfImage(d, dstWidth, dstHeight)) continue;
         const Matrix3 m = CMathUtils::getAffineTransform(d, s);
         detail::ScanTriangle(d, dstWidth, dstHeight, [&](int y, int left, int right) {
+            if (detail::g_spanVector) left = fastSpan(m, y, left, right);
             for (int x = left; x <= right; ++x) {
                 Vector2 p = {static_cast<float>(x), static_cast<float>(y)};
                 Vector2 q = Map(m, p.x, p.y);
@@ -104,24 +111,35 @@ void TextureMapping::DrawTextureList(unsigned char *src, unsigned char *dst, int
                                      Vector2 *srcPoints, Vector2 *dstPoints, unsigned short *const indices,
                                      int triangleCount) {
     if (!src || !dst) return;
-    DrawTriangles(srcPoints, dstPoints, indices, triangleCount, width, height, true,
-                  [&](Vector2 &p, Vector2 &q) { BilinearInterp(src, dst, width, height, p, q); });
+    DrawTriangles(
+        srcPoints, dstPoints, indices, triangleCount, width, height, true,
+        [&](Vector2 &p, Vector2 &q) { BilinearInterp(src, dst, width, height, p, q); },
+        [&](const Matrix3 &m, int y, int left, int right) {
+            return detail::DrawSpanVector(src, width, height, dst, width, m.get(), y, left, right);
+        });
 }
 
 void TextureMapping::DrawTextureList(unsigned char *src, unsigned char *dst, int srcWidth, int srcHeight,
                                      int dstWidth, int dstHeight, Vector2 *srcPoints, Vector2 *dstPoints,
                                      unsigned short *indices, int triangleCount) {
     if (!src || !dst || srcWidth <= 0 || srcHeight <= 0) return;
-    DrawTriangles(srcPoints, dstPoints, indices, triangleCount, dstWidth, dstHeight, false,
-                  [&](Vector2 &p, Vector2 &q) { BilinearInterp(src, dst, srcWidth, srcHeight, dstWidth, p, q); });
+    DrawTriangles(
+        srcPoints, dstPoints, indices, triangleCount, dstWidth, dstHeight, false,
+        [&](Vector2 &p, Vector2 &q) { BilinearInterp(src, dst, srcWidth, srcHeight, dstWidth, p, q); },
+        [&](const Matrix3 &m, int y, int left, int right) {
+            return detail::DrawSpanVector(src, srcWidth, srcHeight, dst, dstWidth, m.get(), y, left, right);
+        });
 }
 
 void TextureMapping::DrawTextureListMask(unsigned char *src, unsigned char *dst, int width, int height,
                                          Vector2 *srcPoints, Vector2 *dstPoints, unsigned short *const indices,
                                          int triangleCount, unsigned char *mask) {
     if (!src || !dst || !mask) return;
-    DrawTriangles(srcPoints, dstPoints, indices, triangleCount, width, height, true,
-                  [&](Vector2 &p, Vector2 &q) { BilinearInterpMask(src, dst, width, height, p, q, mask); });
+    // The blend has no vector form: every span is drawn pixel by pixel.
+    DrawTriangles(
+        srcPoints, dstPoints, indices, triangleCount, width, height, true,
+        [&](Vector2 &p, Vector2 &q) { BilinearInterpMask(src, dst, width, height, p, q, mask); },
+        [](const Matrix3 &, int, int left, int) { return left; });
 }
 
 }  // namespace klav

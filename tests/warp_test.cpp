@@ -22,6 +22,9 @@
 using namespace klav;
 
 namespace klav {
+namespace detail {
+extern bool g_spanVector;
+}
 struct CThinFaceTestAccess {
     static Vector2 *Src(CThinFace &t) { return t.m_faceSrc.data(); }
     static Vector2 *Dst(CThinFace &t) { return t.m_faceDst.data(); }
@@ -159,6 +162,34 @@ TEST(TextureMapping, ScanCoversTheInsideAndNothingFarOutside) {
             }
     }
     EXPECT_GT(drawn, 10000);
+}
+
+TEST(TextureMapping, SpanVectorPathGivesThePixelPathBytes) {
+    // Random meshes over random images of odd sizes, warped far enough to
+    // clamp at every border, in both forms; a second source size for the
+    // second form.
+    std::mt19937 rng(11);
+    for (int trial = 0; trial < 40; ++trial) {
+        const int w = 5 + static_cast<int>(rng() % 120), h = 3 + static_cast<int>(rng() % 90);
+        const int sw = 2 + static_cast<int>(rng() % 70), sh = 2 + static_cast<int>(rng() % 70);
+        Image src(w, h, trial), small(sw, sh, trial + 100), base(w, h, trial + 200);
+        std::uniform_real_distribution<float> ux(-0.3f * w, 1.3f * w), uy(-0.3f * h, 1.3f * h);
+        std::vector<Vector2> from(12), to(12);
+        for (int i = 0; i < 12; ++i) from[i] = {ux(rng), uy(rng)}, to[i] = {ux(rng), uy(rng)};
+        std::vector<unsigned short> idx;
+        for (int i = 0; i < 10; ++i) idx.insert(idx.end(), {static_cast<unsigned short>(i), static_cast<unsigned short>(i + 1), static_cast<unsigned short>(i + 2)});
+        std::vector<unsigned char> out[2][2];
+        for (int fast = 0; fast < 2; ++fast) {
+            detail::g_spanVector = fast != 0;
+            out[fast][0] = out[fast][1] = base.px;
+            TextureMapping().DrawTextureList(src.px.data(), out[fast][0].data(), w, h, from.data(), to.data(), idx.data(), 10);
+            TextureMapping().DrawTextureList(small.px.data(), out[fast][1].data(), sw, sh, w, h, from.data(), to.data(), idx.data(), 10);
+        }
+        detail::g_spanVector = true;
+        ASSERT_EQ(out[0][0], out[1][0]) << trial;
+        ASSERT_EQ(out[0][1], out[1][1]) << trial;
+        ASSERT_NE(out[0][0], base.px) << trial;
+    }
 }
 
 TEST(TextureMapping, MaskBlendsTowardTheNearestSourcePixel) {
