@@ -34,6 +34,9 @@
 #include "brighteye.h"
 #include "texturemapping.h"
 #include "liquify.h"
+#include "texture.h"
+#include "kvmaskraster.h"
+#include "kvmaskmap.h"
 #include "thinface.h"
 
 #endif
